@@ -1,0 +1,11 @@
+package com.velora.probe.event;
+
+/** Lends a Java thread to one native event agent. */
+public final class EventAgent {
+  public static native int getEvtAgentCount();
+
+  /** Runs agent {@code id} on the calling thread until it is stopped. */
+  public native void startThread(int id);
+
+  public native void stopThread(int id);
+}
