@@ -1,0 +1,49 @@
+#pragma once
+
+#include <jni.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "base/InstanceSlot.h"
+#include "base/VelHashTable.h"
+#include "base/VelLock.h"
+#include "base/VeloraBase.h"
+#include "delivery/NetworkAgentMgrConnInitListener.h"
+#include "delivery/PacketSink.h"
+#include "delivery/QueuedBytes.h"
+
+class NetworkAgent;
+
+// Owns the network agents and ties each client (an event agent) to one of them.
+class NetworkAgentMgr : public virtual VeloraBase, public PacketSink, public QueuedBytes {
+ public:
+  static NetworkAgentMgr* getInstance();
+  static void destroy();
+  void start();
+  void stop();  // returns when no agent's loop runs any more
+  int getNetworkAgentCount() const { return networkAgentCount_; }
+  void startNetworkAgent(JNIEnv* env, int id);  // runs the agent's loop on the calling thread
+  void stopNetworkAgent(JNIEnv* env, int id);
+  bool isReady(void* clientId);
+  long getTotalDataSize() override;
+  bool sendData(void* clientId, const char* buf, int length, int events = 0);
+  void registerConnectionInitListener(NetworkAgentMgrConnInitListener* listener);
+  void unregisterConnectionInitListener(NetworkAgentMgrConnInitListener* listener);
+  void notifyConnectionListeners(NetworkAgent* agent);
+  void notifyNetworkAgentStatus(NetworkAgent* agent, bool status);
+
+  unsigned connectionOf(void* clientId) override;
+  bool sendPacket(void* clientId, const char* buf, int length, int events,
+                  unsigned connection) override;
+  void hurry(bool on) override;
+  // Writes what is queued, within the given time. False: something is left.
+  bool flush(int maxMillis);
+  // Events in queued packets and in those being written.
+  std::uint64_t countQueuedEvents();
+
+ private:
+  int networkAgentCount_;
+};

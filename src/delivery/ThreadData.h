@@ -1,0 +1,106 @@
+#pragma once
+
+#include <jni.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "base/VelList.h"
+#include "base/VeloraBase.h"
+#include "events/Event.h"
+#include "jvm/jvmpi.h"
+
+// A thread's id as Java and the logs have it: the low half of its JNIEnv pointer.
+inline jint threadIdOf(JNIEnv* env) {
+  return static_cast<jint>(reinterpret_cast<std::uintptr_t>(env));
+}
+
+// What the agent knows of one Java thread: the request in flight and the events that wait for their
+// event agent. The fields of the request belong to the thread itself; the atomic ones are read or
+// set by others. Others must hold the record with ThreadMgr::visitThread.
+class ThreadData : public virtual VeloraBase {
+ public:
+  explicit ThreadData(const JVMPI_Event* threadStart);
+  explicit ThreadData(JNIEnv* env);
+  // Events still queued are deleted and counted as lost.
+  ~ThreadData() override;
+  ThreadData(const ThreadData&) = delete;
+  ThreadData& operator=(const ThreadData&) = delete;
+
+  void initialize();
+  // Takes the event, whatever the result. False: the event is gone.
+  bool appendEvent(Event* evt);
+  // The highest CPU time so far: what is reported never goes down.
+  jlong saveAndTestCPUTime(jlong cpu);
+  // On the ending thread: the record leaves the table, its agent sends the rest and deletes it.
+  void resetOnThreadEnd();
+  void deleteInFlightData();
+
+  // The byte counters of queued events; CLASS and METHOD have a pair of their own.
+  void addToMemCntr(Event::EventType type, short size);
+  void delFromMemCntr(Event::EventType type, short size);
+
+  int getEvtQueueSize() const;
+  VelList<Event*>* getEvtQueue() const { return evtQueue_.get(); }
+  const char* getThreadName() const { return threadName_.get(); }
+  const char* getGroupName() const { return groupName_.get(); }
+  JNIEnv* getThreadId() const { return threadId_; }
+  int getPID() const { return pid_; }
+  int getPPID() const { return ppid_; }
+  const char* getSQL() const { return sql_.get(); }
+  const char* getDSName() const { return dataSourceName_.get(); }
+  const char* getPortalPageName() const { return portalPageName_.get(); }
+  bool isSuspended() const { return suspended_; }
+  bool isCancelled() const { return cancelled_; }
+  bool isAlive() const { return alive_.load(std::memory_order_acquire); }
+  int getServletDepth() const { return servletDepth_; }
+  void setPID(int pid) { pid_ = pid; }
+  void setPPID(int ppid) { ppid_ = ppid; }
+  // These take the array that they are given.
+  void setSQL(char* sql) { sql_.reset(sql); }
+  void setDSName(char* name) { dataSourceName_.reset(name); }
+  void setPortalPageName(char* name) { portalPageName_.reset(name); }
+  void setSuspended(bool suspended) { suspended_ = suspended; }
+  void setCancelled(bool cancelled) { cancelled_ = cancelled; }
+  void setServletDepth(int depth) { servletDepth_ = depth; }
+
+  std::atomic<int> pid_;
+  std::atomic<int> ppid_;
+  jlong lastCpuTime_;
+  std::unique_ptr<char[]> sql_;
+  std::unique_ptr<char[]> dataSourceName_;
+  std::atomic<bool> suspended_;
+  std::atomic<bool> cancelled_;
+  int dataSrcSQLDepth_;
+  int servletDepth_;
+  int nestedRequestDepth_;
+  std::unique_ptr<jbyte[]> gpsToken_;
+  std::atomic<int> droppedEventCounter_;
+  std::atomic<bool> sentDroppedEvent_;
+  std::unique_ptr<char[]> portalPageName_;
+  std::unique_ptr<char[]> threadName_;
+  std::unique_ptr<char[]> groupName_;
+  std::atomic<unsigned long> jniAddCounter_, jniDeleteCounter_;
+  std::atomic<unsigned long> jvmpiAddCounter_, jvmpiDeleteCounter_;
+  std::unique_ptr<VelList<Event*>> evtQueue_;  // owns the events in it
+  std::atomic<bool> dropRecordsFlag_;
+  std::atomic<bool> alive_;
+  JNIEnv* threadId_;
+
+ private:
+  bool refuse(Event* evt);
+  bool dropForFullQueue(Event* evt);
+};
+
+// The pids of one thread, for the platform figures.
+class ThreadDataCopy {
+ public:
+  ThreadDataCopy(int pid, int ppid) : pid_(pid), ppid_(ppid) {}
+  int getPID() const { return pid_; }
+  int getPPID() const { return ppid_; }
+
+ private:
+  int pid_;
+  int ppid_;
+};

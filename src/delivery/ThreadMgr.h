@@ -1,0 +1,111 @@
+#pragma once
+
+#include <jni.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+#include "base/InstanceSlot.h"
+#include "base/ThreadModelSource.h"
+#include "base/VelHashTable.h"
+#include "base/VelLock.h"
+#include "base/VeloraBase.h"
+#include "delivery/ThreadData.h"
+
+// Owns all thread records, by their threads' JNIEnv pointers. A record that getThreadData returns
+// is the calling thread's own: only that thread, while it lives, may use it without visitThread.
+class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
+ public:
+  static ThreadMgr* getInstance();
+  bool initializeAfterJVMPI();
+  // Opens the stop gate.
+  void start();
+  // Closes the stop gate, waits for the natives inside it and deletes all records. The event
+  // agents' loops must have ended.
+  void stop();
+  void destroy();
+  bool isReady() const { return start_.load(std::memory_order_acquire); }
+
+  // Null: not started, no environment, or the event agents are not ready for a new record.
+  ThreadData* getThreadData(JNIEnv* env);
+  ThreadData* getThreadData(const JVMPI_Event* event);
+  ThreadData* getThreadLocalStorage(JNIEnv* env) { return getThreadData(env); }
+  ThreadData* getThreadDataIfPresent(JNIEnv* env);
+  bool threadExists(JNIEnv* env);
+  ThreadData* getThreadData(const char* grpname, const char* thrname);
+  ThreadData* createThreadData(JNIEnv* env);
+  // For an event agent's own thread, which drains its own queue.
+  ThreadData* createSpecialEventQueue(JNIEnv* env);
+  bool removeThreadData(JNIEnv* env);
+  bool deleteThreadData(ThreadData* data);
+  bool updateOnThreadEnd(JNIEnv* env);
+  int getThreadCount();
+
+  // Runs use(ThreadData&) on another thread's live record, which nobody deletes meanwhile. False:
+  // no such thread, or an id that fits two. `use` must not come back to the thread manager.
+  template <class Use>
+  bool visitThread(jint id, Use use) {
+    LockScope held(threadDataLock_);
+    ThreadData* thr = isReady() ? findById(id) : nullptr;
+    if (thr) use(*thr);
+    return thr != nullptr;
+  }
+  template <class Use>
+  bool visitThread(const char* grpname, const char* thrname, Use use) {
+    LockScope held(threadDataLock_);
+    ThreadData* thr = getThreadData(grpname, thrname);
+    if (thr) use(*thr);
+    return thr != nullptr;
+  }
+
+  void setThreadStopped(JNIEnv* env);
+  // Empties the ring into stoppedTIDCopyArr_; the number of ids there.
+  int getAllStoppedThreadIDs();
+  JNIEnv* const* getStoppedTIDCopies() const { return stoppedTIDCopyArr_.data(); }
+
+  // Null-terminated, the caller frees array and elements; null when there are none.
+  ThreadDataCopy** getAllThreadDataCopies();
+  _LinuxThreadModel setLinuxThreadingModel(int pid);
+  _LinuxThreadModel getLinuxThreadingModel() { return linuxThreadModel; }
+  _LinuxThreadModel threadModel() override { return getLinuxThreadingModel(); }
+  std::vector<Pids> threadPids() override;
+
+  // Events in all records' queues, dead ones included.
+  std::uint64_t countQueuedEvents();
+
+  ~ThreadMgr() override;
+
+ private:
+  friend class InstanceSlot<ThreadMgr>;
+  ThreadMgr();
+
+  ThreadData* lookUp(JNIEnv* env);
+  ThreadData* create(std::unique_ptr<ThreadData> made);
+  ThreadData* insert(std::unique_ptr<ThreadData> made) VEL_EXCLUDES(threadDataLock_);
+  void discard(ThreadData* data) VEL_EXCLUDES(threadDataLock_);
+  ThreadData* findById(jint id) VEL_REQUIRES(threadDataLock_);
+  std::vector<ThreadData*> records();
+  void deleteAll() VEL_EXCLUDES(threadDataLock_);
+
+  static constexpr int kStoppedThreads = 300;
+  // The bound is tested before the increment, so the 301st id of a burst lands in the spare slot,
+  // where no reader looks.
+  using StoppedRing = std::array<JNIEnv*, kStoppedThreads + 1>;
+  static StoppedRing stoppedTIDArr_;
+  static StoppedRing stoppedTIDCopyArr_;
+  static int stopIndex_;
+  static int stopTIDCnt_;
+
+  VelHashTable<JNIEnv*, ThreadData*> thrTable_;
+  std::atomic<bool> start_{false};
+  VelLock lock_;            // the stopped-thread ring; no other lock is taken under it
+  VelLock threadDataLock_;  // taken before a bucket of thrTable_, and that before an event queue
+  std::atomic<_LinuxThreadModel> linuxThreadModel{ThreadModelUnknown};
+  std::atomic<int> firstPid{-1};
+  // Records out of the table that their event agents have not deleted yet.
+  std::unordered_set<ThreadData*> ended_ VEL_GUARDED_BY(threadDataLock_);
+};
