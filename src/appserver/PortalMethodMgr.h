@@ -1,0 +1,31 @@
+#pragma once
+
+#include <jni.h>
+
+#include <atomic>
+#include <shared_mutex>
+
+#include "base/InstanceSlot.h"
+#include "base/VelHashTable.h"
+#include "base/VeloraBase.h"
+#include "delivery/ConnectionListener.h"
+
+// The names of the portal's monitored methods by their one-byte ids. The server decodes the ids of
+// the phase events with them, so each new connection gets the whole table.
+class PortalMethodMgr : public virtual VeloraBase, public ConnectionListener {
+ public:
+  static PortalMethodMgr* getInstance();
+
+  bool isActive() const { return active_.load(std::memory_order_acquire); }
+  // The first name of an id stays; id 0 and a null name are ignored.
+  void putMethod(jbyte key, const char* val);
+  void pushMethodsToPS(JNIEnv* env) override;
+  void clear();
+
+ private:
+  friend class InstanceSlot<PortalMethodMgr>;
+  PortalMethodMgr();
+
+  std::atomic<bool> active_{false};
+  VelHashTable<signed char, char*> table_;
+};

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "base/Published.h"
+#include "base/VelOsLock.h"
+#include "base/types.h"
+#include "core/ClassFilter.h"
+#include "jvm/jvmpi.h"
+
+struct jclass_t;
+
+// One method of a registered class, found by the JVM's method id.
+struct jmethod_t {
+  std::unique_ptr<char[]> method_name;
+  std::unique_ptr<char[]> method_signature;
+  jmethodID method_id = nullptr;  // null once the class has been unloaded
+  jclass_t* clazz = nullptr;      // not owned; null in a clone
+  jmethod_t* next = nullptr;      // in its bucket
+  int type = -1;                  // -1: not set
+
+  jmethod_t() = default;
+  jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner);
+  jmethod_t(const jmethod_t&) = delete;
+  jmethod_t& operator=(const jmethod_t&) = delete;
+
+  void initialize(const char* name, const char* signature, jmethodID id, jclass_t* owner);
+  jmethod_t* clone() const;  // the caller's
+  void copyTo(jmethod_t& target) const;
+  void addToMethodTable();
+  void removeFromMethodTable();
+};
+
+// One class that the agent knows, with its methods.
+struct jclass_t {
+  jobjectID class_id = nullptr;        // null once unlinked or unloaded
+  std::unique_ptr<char[]> class_name;  // "/" form
+  ULONG sequenceID = 0;
+  UCHAR delete_flag = 0;  // 1: made for an event, or reported as unloaded
+  int is_filtered = 0;    // what isClassFiltered said
+  std::atomic<int> type{-1};
+  int num_methods = 0;
+  std::unique_ptr<jmethod_t[]> methods;
+  jclass_t* next = nullptr;  // in the class list
+  bool registered = false;   // it and its methods are in the tables
+
+  jclass_t() = default;
+  explicit jclass_t(const JVMPI_Event* event);  // of a class load
+  ~jclass_t();
+  jclass_t(const jclass_t&) = delete;
+  jclass_t& operator=(const jclass_t&) = delete;
+
+  jclass_t* clone() const;  // the caller's, marked for deletion, not registered
+  void doRegister();
+  void unregister();
+  void unRegisterMethods();
+  void addToClassTable();
+  void removeFromClassTable();
+  void markDirty();
+  static void cleanupDirtyClasses();
+  static void initialize();
+  static void destroy();
+};
+
+// Read by the agent's other rows; the first two come from settings, the third also changes for the
+// length of a clean-up.
+extern std::atomic<int> CLASSULOAD_CLEANUP;      // unloads per clean-up; -1: freed at once
+extern std::atomic<int> methodHashWaitInterval;  // ms, pause before a clean-up
+extern std::atomic<bool> useMethodLocks;
+extern Published<VelOsLock> ClassSequenceLock;
+extern int method_hash_size;  // set before createMethodTable
+
+// Order: unload lock, class list, method bucket. The sequence lock stands alone.
+void initClassTableLock();
+void endClassTableLock();
+void initClassSequenceLock();
+void endClassSequenceLock();
+void initMethodTableLock();
+
+void createClassTable();
+void deleteClassTable();
+void createMethodTable();
+void deleteMethodTable();
+
+// Neither finds the oldest class: the walk tests only nodes that have a successor.
+jclass_t* getClassForName(const char* name);
+jclass_t* getClassEntry(jobjectID class_id);
+jmethod_t* getMethodEntry(jmethodID method_id);
+void reapplyFilter();
+
+void resetClassSequence();
+ULONG getNextClassSequence();  // 1 after a reset
+ULONG getCurrentClassSequence();
+
+unsigned getMethHashIndex(unsigned method_id);
+void translateSeparator(char* name);

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <atomic>
+
+#include "jvm/jvmpi.h"
+
+// Hands class-load-hook events to an external instrumentation library, libijiti.so, when one is
+// configured. Without the library everything answers "not enabled".
+class JitiDelegate {
+ public:
+  static bool isJitiConfigured();
+  static bool initializeJitiInOnLoad(char* jvmOptions);
+  static void loadJitiLibrary();
+  static bool isJitiEnabled() { return isJitiEnabled_.load(std::memory_order_acquire); }
+  static void notifyEvent(JVMPI_Event* event);
+  static void disableClassLoadHook();
+
+ private:
+  static inline bool isJitiConfigured_ = false;
+  static inline std::atomic<bool> isJitiEnabled_{false};
+  static inline void* jiti_dll_ = nullptr;
+  static inline int jiti_dll_loads_attempted_ = 0;
+  static inline char libName_[100] = "";
+};
