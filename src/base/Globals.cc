@@ -1,0 +1,6 @@
+#include "base/Jvmpi.h"
+#include "base/ProbeKlgLog.h"
+
+Published<JVMPI_Interface> jvmpi;
+Published<KlgObject> klgLogger;
+Published<KlgObject> klgTracer;

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <jni.h>
+
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+// Prints and clears what a call left pending; true when there was something. To be called after
+// every JNI call that can raise: with an exception pending almost any other call is undefined.
+inline bool describeAndClear(JNIEnv* env) {
+  if (!env->ExceptionCheck()) [[likely]]
+    return false;
+  env->ExceptionDescribe();
+  env->ExceptionClear();
+  return true;
+}
+
+// Owns a local reference. Agent loops never return to Java, so nobody else frees theirs.
+template <class T>
+class LocalRef {
+ public:
+  LocalRef(JNIEnv* env, T object) : env_(env), object_(object) {}
+  LocalRef(JNIEnv* env, jobject object) requires(!std::is_same_v<T, jobject>)
+      : env_(env), object_(static_cast<T>(object)) {}
+  LocalRef(LocalRef&& other) noexcept
+      : env_(other.env_), object_(std::exchange(other.object_, nullptr)) {}
+  LocalRef& operator=(LocalRef&& other) noexcept {
+    std::swap(env_, other.env_);
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  ~LocalRef() {
+    if (object_) env_->DeleteLocalRef(object_);
+  }
+  T get() const { return object_; }
+  operator T() const { return object_; }
+  T release() { return std::exchange(object_, nullptr); }  // the caller's from here
+
+ private:
+  JNIEnv* env_;
+  T object_;
+};
+
+// The modified UTF-8 of a Java string for the length of a block; null for a null string and when
+// the JVM has no memory left (which is described and cleared).
+class UtfChars {
+ public:
+  UtfChars(JNIEnv* env, jstring text)
+      : env_(env), text_(text), chars_(text ? env->GetStringUTFChars(text, nullptr) : nullptr) {
+    if (text && !chars_) describeAndClear(env);
+  }
+  ~UtfChars() {
+    if (chars_) env_->ReleaseStringUTFChars(text_, chars_);
+  }
+  UtfChars(const UtfChars&) = delete;
+  UtfChars& operator=(const UtfChars&) = delete;
+  const char* get() const { return chars_; }
+  explicit operator bool() const { return chars_ != nullptr; }
+  std::size_t size() const { return chars_ ? std::strlen(chars_) : 0; }
+
+ private:
+  JNIEnv* env_;
+  jstring text_;
+  const char* chars_;
+};

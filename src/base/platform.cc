@@ -1,0 +1,117 @@
+#include "base/platform.h"
+
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/times.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "base/Jvmpi.h"
+#include "base/Trace.h"
+#include "base/Utils.h"
+
+// Written once with the same value by whichever threads ask first.
+static constinit std::atomic<int> processid{0};
+static constinit std::atomic<long> clktck{0};
+
+int getProcessId() {
+  VEL_TRACE();
+  if (processid == 0) processid = getpid();
+  return processid;
+}
+
+void getCurrentTime(ULONG* sec, ULONG* usec) {
+  VEL_TRACE();
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  *sec = static_cast<ULONG>(now.tv_sec);
+  *usec = static_cast<ULONG>(now.tv_usec);
+}
+
+// poll takes a negative time for ever; no caller means that.
+void thread_sleep(int ms) {
+  VEL_TRACE();
+  if (ms > 0) poll(nullptr, 0, ms);
+}
+
+void setClockTick() {
+  VEL_TRACE();
+  clktck = sysconf(_SC_CLK_TCK);
+}
+
+long getClockTick() {
+  VEL_TRACE();
+  if (clktck == 0) setClockTick();
+  return clktck;
+}
+
+std::uint64_t getCurrentThreadCpuTime() {
+  VEL_TRACE();
+  const long ticksPerSecond = getClockTick();
+  tms used{};
+  if (times(&used) == static_cast<clock_t>(-1) || ticksPerSecond <= 0) return 0;
+  const auto ticks = static_cast<std::uint64_t>(used.tms_utime + used.tms_stime);
+  return ticks * 1'000'000'000u / static_cast<std::uint64_t>(ticksPerSecond);
+}
+
+std::uint64_t getPageSize() {
+  VEL_TRACE();
+  const long size = sysconf(_SC_PAGESIZE);
+  return size > 0 ? static_cast<std::uint64_t>(size) : 0;
+}
+
+int getPlatformId() {
+  VEL_TRACE();
+  constexpr int kLinux = 1;
+  return kLinux;
+}
+
+JVMPI_RawMonitor createLock(char* name) {
+  VEL_TRACE();
+  return jvmpi ? jvmpi->RawMonitorCreate(name) : nullptr;
+}
+
+bool enterLock(JVMPI_RawMonitor lock) {
+  VEL_TRACE();
+  if (!lock || !jvmpi) return false;
+  jvmpi->RawMonitorEnter(lock);
+  return true;
+}
+
+void exitLock(JVMPI_RawMonitor lock) {
+  VEL_TRACE();
+  if (lock && jvmpi) jvmpi->RawMonitorExit(lock);
+}
+
+void destroyLock(JVMPI_RawMonitor lock) {
+  VEL_TRACE();
+  if (lock && jvmpi) jvmpi->RawMonitorDestroy(lock);
+}
+
+char* velora_getcwd() {
+  VEL_TRACE();
+  char path[PATH_MAX];
+  if (getcwd(path, sizeof path)) return Utils::cstrdup(path);
+  traceMin("failed to get current directory. error number = %d", errno);
+  return nullptr;
+}
+
+bool isDirExists(const char* path) {
+  VEL_TRACE();
+  struct stat found {};
+  if (path && stat(path, &found) == 0) return S_ISDIR(found.st_mode);
+  traceMin("%s doesn't exist", path);
+  return false;
+}
+
+bool makeDir(const char* path) {
+  VEL_TRACE();
+  if (path && mkdir(path, 0755) == 0) return true;
+  traceMin("Failed to create directory %s, error code = %d", path, path ? errno : EINVAL);
+  return false;
+}
