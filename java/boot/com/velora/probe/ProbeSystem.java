@@ -36,8 +36,8 @@ public final class ProbeSystem {
   public static int probeLevel;
   public static String MOD_FILE;
 
-  /** Version of the server product as "major.minor.release"; set before the probe starts. */
-  public static String productVersion = "1.0.0";
+  /** Version of the server product as "major.minor.release"; zeros: not known. */
+  public static String productVersion = "0.0.0";
 
   private ProbeSystem() {}
 

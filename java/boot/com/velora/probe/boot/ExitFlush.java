@@ -1,0 +1,21 @@
+package com.velora.probe.boot;
+
+import com.velora.probe.ProbeController;
+
+/** Sends what is still queued when the JVM exits, for at most a second of the exit's time. */
+final class ExitFlush extends Thread {
+  private static final int LONGEST_MILLIS = 1000;
+
+  ExitFlush() {
+    super("Velora Exit Flush");
+  }
+
+  @Override
+  public void run() {
+    try {
+      ProbeController.flushNativeProbe(LONGEST_MILLIS);
+    } catch (Throwable e) {
+      // The server is leaving: a lost remainder is no reason to speak up or to hold it back.
+    }
+  }
+}
