@@ -1,0 +1,14 @@
+package com.velora.probe;
+
+/** Stands where the agent's class stands, without a library behind it. */
+public final class ProbeUtils {
+  private ProbeUtils() {}
+
+  public static void beginNativeSQLRequest(String sql, String source) {
+    Calls.note("begin", sql, source);
+  }
+
+  public static void endNativeSQLRequest(String sql, String source) {
+    Calls.note("end", sql, source);
+  }
+}
