@@ -78,14 +78,15 @@ VelLock* LockAgentMgr::find(const char* id) {
   return id ? managedLocks_.get(const_cast<char*>(id)) : nullptr;
 }
 
-bool LockAgentMgr::enterManagedLock(const char* id) {
+// The caller holds the lock from here to exitManagedLock.
+bool LockAgentMgr::enterManagedLock(const char* id) VEL_NO_THREAD_SAFETY_ANALYSIS {
   VEL_TRACE();
   VelLock* lock = find(id);
   if (!lock) lock = createManagedLock(id);
   return lock && lock->enterLock();
 }
 
-bool LockAgentMgr::exitManagedLock(const char* id) {
+bool LockAgentMgr::exitManagedLock(const char* id) VEL_NO_THREAD_SAFETY_ANALYSIS {
   VEL_TRACE();
   VelLock* lock = find(id);
   if (lock) lock->exitLock();

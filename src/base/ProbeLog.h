@@ -1,9 +1,10 @@
 #pragma once
 
-#include <cstdarg>
+#include <optional>
+#include <string>
 
-// The agent's own text file log, for its Java side. Lines of concurrent writers may interleave.
-// Levels: -2 error, -1 warning, 0 info, 1 debug, 2 trace.
+// The agent's own text file log, for its Java side. A line is one write, appended: lines of
+// concurrent writers do not mix. Levels: -2 error, -1 warning, 0 info, 1 debug, 2 trace.
 class ProbeLog {
  public:
   static void initialize();
@@ -11,7 +12,7 @@ class ProbeLog {
 
   static void setLogLevel(int level);
   static int getLogLevel();
-  static const char* getLogFileName();  // null before initialize and after destroy
+  static std::optional<std::string> getLogFileName();  // none before initialize, after destroy
 
   static void _log(const char* text);
   static void _logDebug(const char* text);
@@ -22,5 +23,5 @@ class ProbeLog {
   static void _logInternal(int level, const char* text);
 
   static int getNumLogMsg();
-  static const char* getLogMsg(int index);  // null out of range
+  static std::optional<std::string> getLogMsg(int index);
 };

@@ -2,10 +2,10 @@
 
 #include <dlfcn.h>
 
-#include <array>
 #include <atomic>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 // A call of any toolkit signature that does nothing: 0, null or nothing, whatever it returns.
 template <class Signature>
@@ -80,7 +80,10 @@ static bool loadCalls() {
 }
 
 bool loadToolkit() {
+  if (toolkitLoaded()) return true;
   static const bool complete = loadCalls();
-  useKlgCalls(&loaded);
+  if (complete) useKlgCalls(&loaded);
   return complete;
 }
+
+bool toolkitLoaded() { return current.load(std::memory_order_acquire) != &kNoToolkit; }

@@ -13,8 +13,9 @@ struct KlgCalls {
 };
 
 // Looks for the toolkit's libraries beside this one, then where the system looks. False when one is
-// missing, which is said on standard error once; the calls that were found stay in use.
+// missing, which is said on standard error once; the calls then go on doing nothing.
 bool loadToolkit();
+bool toolkitLoaded();  // whether calls go to a toolkit at all
 
 const KlgCalls& klgCalls();
 void useKlgCalls(const KlgCalls* calls);  // null: the calls that do nothing

@@ -41,6 +41,14 @@ std::uint64_t getDiskIO();
 std::uint64_t getNetworkIO();  // units of 2^20 bytes
 std::uint64_t getTotalBytesOfMemory();
 
+// The arithmetic of the figures above.
+double busyPercent(double busy, double elapsed, int processors);  // 0 to 100; busy as elapsed
+long cpuUsedBetween(const std::vector<ProcessCPUStats>& before,
+                    const std::vector<ProcessCPUStats>& after);
+// Whole seconds from 1000 ms on, exact milliseconds below, 0 for no time at all.
+std::uint64_t pagingRate(std::uint64_t before, std::uint64_t after, std::uint64_t pageSize,
+                         int sampleMs);
+
 int getNumberOfProcessors();
 int getNumberOfProcessorsOnline();
 int getCPUSpeed();  // MHz

@@ -1,0 +1,17 @@
+#include "base/UniqueFd.h"
+
+#include <algorithm>
+#include <cerrno>
+
+std::string readFile(const char* path, std::size_t limit) {
+  const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
+  std::string text;
+  while (file && text.size() < limit) {
+    char piece[4096];
+    const ssize_t got = read(file.get(), piece, std::min(sizeof piece, limit - text.size()));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    text.append(piece, static_cast<std::size_t>(got));
+  }
+  return text;
+}
