@@ -1,0 +1,79 @@
+#include "ObjectIds.h"
+
+#include <mutex>
+#include <unordered_map>
+
+namespace bridge {
+
+struct KnownObject {
+  jweak reference;
+  ObjectKind kind;
+  bool announced = false;
+};
+using Table = std::unordered_map<jlong, KnownObject>;
+
+// Held over JVMTI and JNI calls, which is safe because nothing that the JVM runs at a safepoint
+// takes it: collected objects are noted there and forgotten later, on the delivery thread.
+static std::mutex tableLock;
+static jlong lastTag = 0;
+
+static Table& table() {
+  static Table& leaked = *new Table;  // threads may still look things up while the process exits
+  return leaked;
+}
+
+// With tableLock held.
+static KnownObject* enter(JNIEnv* env, jobject object, ObjectKind kind, jlong& tag) {
+  tag = 0;
+  if (jvm.jvmti->GetTag(object, &tag) != JVMTI_ERROR_NONE) return nullptr;
+  if (tag != 0) {
+    const auto found = table().find(tag);
+    return found == table().end() ? nullptr : &found->second;
+  }
+  const jweak reference = env->NewWeakGlobalRef(object);
+  if (!reference) {
+    env->ExceptionClear();
+    return nullptr;
+  }
+  tag = lastTag + 1;
+  if (jvm.jvmti->SetTag(object, tag) != JVMTI_ERROR_NONE) {
+    env->DeleteWeakGlobalRef(reference);
+    return nullptr;
+  }
+  lastTag = tag;
+  return &table().emplace(tag, KnownObject{reference, kind}).first->second;
+}
+
+jobjectID idOf(JNIEnv* env, jobject object, ObjectKind kind) {
+  if (!env || !object) return nullptr;
+  const std::lock_guard guard(tableLock);
+  jlong tag;
+  return enter(env, object, kind, tag) ? asObjectId(tag) : nullptr;
+}
+
+jobject objectOf(JNIEnv* env, jobjectID id) {
+  if (!env) return nullptr;
+  const std::lock_guard guard(tableLock);
+  const auto found = table().find(tagOf(id));
+  return found == table().end() ? nullptr : env->NewLocalRef(found->second.reference);
+}
+
+bool announceClass(JNIEnv* env, jclass klass) {
+  const std::lock_guard guard(tableLock);
+  jlong tag;
+  KnownObject* known = enter(env, klass, ObjectKind::klass, tag);
+  if (!known || known->announced) return false;
+  return known->announced = true;
+}
+
+ForgottenObject forgetObject(JNIEnv* env, jlong tag) {
+  const std::lock_guard guard(tableLock);
+  const auto found = table().find(tag);
+  if (found == table().end()) return {ObjectKind::plain, false};
+  env->DeleteWeakGlobalRef(found->second.reference);
+  const ForgottenObject gone{found->second.kind, true};
+  table().erase(found);
+  return gone;
+}
+
+}  // namespace bridge

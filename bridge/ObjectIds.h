@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Jvm.h"
+#include "jvm/jvmpi.h"
+
+// jobjectIDs: counters from 1, never reused, kept as the object's JVMTI tag and in a table of
+// weak references. Small numbers, because dumps and the class table carry ids as 4 bytes.
+namespace bridge {
+
+enum class ObjectKind : std::uint8_t { plain, klass };
+
+// The object's id, given on first demand; null when the JVM refuses.
+jobjectID idOf(JNIEnv* env, jobject object, ObjectKind kind = ObjectKind::plain);
+
+// A new local reference, or null when the id is unknown or its object is gone.
+jobject objectOf(JNIEnv* env, jobjectID id);
+
+// Marks a class as shown to the agent; false when it already was. The events of a starting JVM
+// and the replay at VMInit overlap.
+bool announceClass(JNIEnv* env, jclass klass);
+
+struct ForgottenObject {
+  ObjectKind kind;
+  bool known;
+};
+// The object with this tag was collected. Not from a JVM callback: it uses JNI.
+ForgottenObject forgetObject(JNIEnv* env, jlong tag);
+
+inline jobjectID asObjectId(jlong tag) { return reinterpret_cast<jobjectID>(tag); }
+inline jlong tagOf(jobjectID id) { return static_cast<jlong>(reinterpret_cast<intptr_t>(id)); }
+
+}  // namespace bridge

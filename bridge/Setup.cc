@@ -1,0 +1,98 @@
+#include "Setup.h"
+
+#include "ClassEvents.h"
+#include "Delivery.h"
+#include "Events.h"
+#include "JavaSide.h"
+#include "RawMonitor.h"
+#include "Say.h"
+#include "ThreadEvents.h"
+
+namespace bridge {
+
+// Without can_generate_early_class_hook_events: it would switch class-data sharing off. Suspending
+// is left out when the JVM does not grant it at this stage.
+static bool addCapabilities() {
+  jvmtiCapabilities wanted{};
+  wanted.can_generate_all_class_hook_events = 1;
+  wanted.can_tag_objects = 1;
+  wanted.can_generate_object_free_events = 1;
+  wanted.can_generate_garbage_collection_events = 1;
+  wanted.can_get_line_numbers = 1;
+  wanted.can_get_source_file_name = 1;
+  wanted.can_suspend = 1;
+  if (jvm.jvmti->AddCapabilities(&wanted) == JVMTI_ERROR_NONE) return true;
+  wanted.can_suspend = 0;
+  return jvm.jvmti->AddCapabilities(&wanted) == JVMTI_ERROR_NONE;
+}
+
+static void JNICALL onVmInit(jvmtiEnv*, JNIEnv* env, jthread) { goLive(env); }
+
+static void JNICALL onVmDeath(jvmtiEnv*, JNIEnv* env) {
+  if (isEnabled(JVMPI_EVENT_JVM_SHUT_DOWN)) {
+    JVMPI_Event event{};
+    event.event_type = JVMPI_EVENT_JVM_SHUT_DOWN;
+    event.env_id = env;
+    deliver(event);
+  }
+  jvm.phase = Phase::dead;
+  wakeAllWaiters();
+  endDelivery();
+}
+
+static bool setCallbacks() {
+  jvmtiEventCallbacks callbacks{};
+  callbacks.VMInit = onVmInit;
+  callbacks.VMDeath = onVmDeath;
+  callbacks.ThreadStart = onThreadStart;
+  callbacks.ThreadEnd = onThreadEnd;
+  callbacks.ClassFileLoadHook = onClassFileLoadHook;
+  callbacks.ClassPrepare = onClassPrepare;
+  callbacks.GarbageCollectionStart = [](jvmtiEnv*) { noteGc(true); };
+  callbacks.GarbageCollectionFinish = [](jvmtiEnv*) { noteGc(false); };
+  callbacks.ObjectFree = [](jvmtiEnv*, jlong tag) { noteFreed(tag); };
+  if (jvm.jvmti->SetEventCallbacks(&callbacks, sizeof callbacks) != JVMTI_ERROR_NONE) return false;
+  constexpr jvmtiEvent kAlways[] = {JVMTI_EVENT_VM_INIT, JVMTI_EVENT_VM_DEATH,
+                                    JVMTI_EVENT_THREAD_START, JVMTI_EVENT_THREAD_END,
+                                    JVMTI_EVENT_OBJECT_FREE};
+  for (jvmtiEvent event : kAlways)
+    if (jvm.jvmti->SetEventNotificationMode(JVMTI_ENABLE, event, nullptr) != JVMTI_ERROR_NONE)
+      return false;
+  return true;
+}
+
+bool setUp(JavaVM* real) {
+  jvm.real = real;
+  void* jvmti = nullptr;
+  if (real->GetEnv(&jvmti, kJvmtiVersion) != JNI_OK) {
+    complain("this JVM offers no JVMTI 1.2; the server runs without the agent");
+    return false;
+  }
+  jvm.jvmti = static_cast<jvmtiEnv*>(jvmti);
+  prepareDelivery();
+  jvm.phase = Phase::loading;
+  if (addCapabilities() && setCallbacks()) return true;
+  complain("this JVM refuses what the agent needs of JVMTI; the server runs without the agent");
+  jvm.jvmti->DisposeEnvironment();
+  jvm.jvmti = nullptr;
+  jvm.phase = Phase::none;
+  return false;
+}
+
+void goLive(JNIEnv* env) {
+  jvm.phase = Phase::live;
+  if (deliveryStopped()) return;
+  startDelivery(env);
+  applyEventModes();
+  replayThreads(env);
+  replayClasses(env);
+  if (isEnabled(JVMPI_EVENT_JVM_INIT_DONE)) {
+    JVMPI_Event event{};
+    event.event_type = JVMPI_EVENT_JVM_INIT_DONE;
+    event.env_id = env;
+    deliver(event);
+  }
+  startJavaSide(env);
+}
+
+}  // namespace bridge
