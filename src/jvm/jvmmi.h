@@ -3,7 +3,8 @@
 #include <jni.h>
 
 // The JVM monitoring interface as this project defines it: event callbacks and the enumeration of
-// the heap's objects. JavaVM::GetEnv hands out a JVMMI_Interface* for either version.
+// the heap's objects. JavaVM::GetEnv hands out a JVMMI_Interface* for either version. 0x10002 is
+// also JNI_VERSION_1_2: the agent asks its JavaVM for a JNIEnv with a later version of JNI.
 
 constexpr jint JVMMI_VERSION_1_2 = 0x10002;
 constexpr jint JVMMI_VERSION_2_1 = 0x10011;
