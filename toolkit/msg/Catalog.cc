@@ -67,6 +67,5 @@ nl_catd openCatalog(const std::string& name) {
     const auto catalog = openAlong(templates, name, language);
     if (catalog != kNoCatalog) return catalog;
   }
-  const auto catalog = openAlong(templates, name, "C");
-  return catalog != kNoCatalog ? catalog : ::catopen(name.c_str(), 0);
+  return openAlong(templates, name, "C");
 }
