@@ -3,13 +3,16 @@ package com.velora.probe;
 import java.util.ArrayList;
 import java.util.List;
 
-/** What the stand-ins of the agent's classes were told, in order. */
+/** What the stand-ins of the agent's classes were told, in order, by whichever thread. */
 public final class Calls {
   private static final List<String> made = new ArrayList<>();
 
   private Calls() {}
 
-  static void note(String name, Object... values) {
+  /** Which call shall answer false or throw, for tests of failures. */
+  public static volatile String refused = "";
+
+  public static synchronized void note(String name, Object... values) {
     StringBuilder line = new StringBuilder(name);
     for (Object value : values) {
       line.append('|').append(value);
@@ -18,7 +21,7 @@ public final class Calls {
   }
 
   /** Everything since the last call. */
-  public static List<String> taken() {
+  public static synchronized List<String> taken() {
     List<String> result = new ArrayList<>(made);
     made.clear();
     return result;

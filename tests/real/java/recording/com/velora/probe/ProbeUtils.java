@@ -4,6 +4,14 @@ package com.velora.probe;
 public final class ProbeUtils {
   private ProbeUtils() {}
 
+  public static boolean customServiceStart() {
+    Calls.note("service");
+    if (Calls.refused.equals("linkage")) {
+      throw new UnsatisfiedLinkError("customServiceStart");
+    }
+    return !Calls.refused.equals("service");
+  }
+
   public static void beginNativeSQLRequest(String sql, String source) {
     Calls.note("begin", sql, source);
   }

@@ -1,0 +1,16 @@
+package com.velora.probe.event;
+
+import com.velora.probe.Calls;
+
+/** Notes on which thread it was started. */
+public final class EventAgent {
+  public static int getEvtAgentCount() {
+    return 2;
+  }
+
+  public void startThread(int id) {
+    Thread thread = Thread.currentThread();
+    Calls.note(
+        "agent", id, thread.getName(), thread.isDaemon(), thread.getContextClassLoader());
+  }
+}
