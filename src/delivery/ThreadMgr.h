@@ -21,6 +21,7 @@
 class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
  public:
   static ThreadMgr* getInstance();
+  static ThreadMgr* getIfPresent();
   bool initializeAfterJVMPI();
   // Opens the stop gate.
   void start();
@@ -57,7 +58,7 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   template <class Use>
   bool visitThread(const char* grpname, const char* thrname, Use use) {
     LockScope held(threadDataLock_);
-    ThreadData* thr = getThreadData(grpname, thrname);
+    ThreadData* thr = isReady() ? findByNames(grpname, thrname) : nullptr;
     if (thr) use(*thr);
     return thr != nullptr;
   }
@@ -83,13 +84,18 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   friend class InstanceSlot<ThreadMgr>;
   ThreadMgr();
 
-  ThreadData* lookUp(JNIEnv* env);
-  ThreadData* create(std::unique_ptr<ThreadData> made);
-  ThreadData* insert(std::unique_ptr<ThreadData> made) VEL_EXCLUDES(threadDataLock_);
-  void discard(ThreadData* data) VEL_EXCLUDES(threadDataLock_);
-  ThreadData* findById(jint id) VEL_REQUIRES(threadDataLock_);
+  ThreadData* find(JNIEnv* env, bool* usable);
+  template <class From>
+  ThreadData* findOrCreate(JNIEnv* env, From from);
+  template <class From>
+  ThreadData* create(From from);
+  template <class From>
+  ThreadData* insert(From from);
+  bool takeOut(JNIEnv* env) VEL_REQUIRES(threadDataLock_);
+  ThreadData* findById(jint id);
+  ThreadData* findByNames(const char* grpname, const char* thrname);
   std::vector<ThreadData*> records();
-  void deleteAll() VEL_EXCLUDES(threadDataLock_);
+  void deleteAll(bool nobodyInside);
 
   static constexpr int kStoppedThreads = 300;
   // The bound is tested before the increment, so the 301st id of a burst lands in the spare slot,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include "base/Published.h"
@@ -88,6 +89,9 @@ jclass_t* getClassForName(const char* name);
 jclass_t* getClassEntry(jobjectID class_id);
 jmethod_t* getMethodEntry(jmethodID method_id);
 void reapplyFilter();
+// Every class of the list, newest first, under the list's lock: the class stays while it is
+// visited.
+void forEachClass(const std::function<void(const jclass_t&)>& visit);
 
 void resetClassSequence();
 ULONG getNextClassSequence();  // 1 after a reset
