@@ -10,12 +10,10 @@
 #include "base/InstanceSlot.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
+#include "delivery/EventAgent.h"
 #include "delivery/NetworkAgentMgrConnInitListener.h"
 #include "delivery/Pacer.h"
 #include "delivery/ThreadAdopter.h"
-
-class Event;
-class EventAgent;
 
 // Owns the event agents, shares the threads out among them and leads them through a reconnection.
 class EvtAgentMgr : public virtual VeloraBase,
@@ -23,6 +21,7 @@ class EvtAgentMgr : public virtual VeloraBase,
                     public ThreadAdopter {
  public:
   static EvtAgentMgr* getInstance();
+  static EvtAgentMgr* getIfPresent();
   static void destroy();
   void initialize() {}
   void initializeAfterJVMPI() {}
@@ -37,7 +36,8 @@ class EvtAgentMgr : public virtual VeloraBase,
   int getRoundRobinIndex();
   void notifySocketStatus() override;
   bool canSendData(EventAgent* agent);
-  void resendDataDone(bool done) { resendDataComplete_ = done; }
+  // Ignored while the leader has to begin anew.
+  void resendDataDone(bool done);
   void checkForMemory(EventAgent* agent);
   void notifyEventAgentStatus(EventAgent* agent, bool status);
   void createData();
@@ -46,8 +46,31 @@ class EvtAgentMgr : public virtual VeloraBase,
   // Takes an event that belongs to no thread with a record; the leader sends it. False: it is lost.
   bool addToSpecialEventQueue(Event* evt);
   // For the exit of the JVM: sends what is queued, within the given time. False: something is left,
-  // which the final counters show as lost by the shutdown. The agents go on afterwards.
+  // which the counters file shows as lost by the shutdown. The agents go on afterwards.
   bool flush(int maxMillis);
   // Events that agents have taken from queues and not handed on yet.
   std::uint64_t countEventsInHand();
+  bool isLeader(const EventAgent* agent) const { return agent && agent == leader_; }
+
+  ~EvtAgentMgr() override;
+
+ private:
+  friend class InstanceSlot<EvtAgentMgr>;
+  EvtAgentMgr();
+
+  using AgentRef = std::shared_ptr<EventAgent>;  // keeps an agent while its loop runs
+  AgentRef agentAt(int id);
+  std::vector<AgentRef> agents();
+  AgentRef anAliveAgent();
+  bool waitForOneAlive();
+
+  std::vector<AgentRef> eventAgents_;  // under lock_
+  std::atomic<int> roundRobinIndex_{0};
+  std::atomic<bool> ready_{false};
+  std::atomic<bool> start_{false};
+  VelLock lock_;  // no other lock is taken under it
+  const int evtAgentCnt_;
+  std::atomic<bool> resendDataComplete_{true};
+  std::atomic<EventAgent*> leader_{nullptr};  // one of eventAgents_
+  std::unique_ptr<Pacer> stopPacer_;          // between two looks for agents that still run
 };

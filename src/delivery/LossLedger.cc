@@ -3,7 +3,7 @@
 #include <numeric>
 
 constexpr const char* kNames[] = {"queueFull",    "queueTrimmed", "serverDown", "deadThread",
-                                  "packetRefused", "packetLost",  "plannedReset", "memory",
+                                  "packetRefused", "packetLost",  "plannedReset", "reconnected", "memory",
                                   "disabled",     "noThread",     "tooLarge",   "noRecord",
                                   "shutdown",     "cutText"};
 static_assert(std::size(kNames) == kLossCauses + 1, "every cause has its name");

@@ -4,6 +4,8 @@
 
 #include "base/platform.h"
 
+PacerMaker makePacer = [] { return std::make_unique<Pacer>(); };
+
 // A clear of `running` that nobody announces with wake() is seen after this long.
 constexpr long kSlice = 500;
 

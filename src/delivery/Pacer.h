@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 #include "base/VelLock.h"
 
@@ -14,6 +15,10 @@ class Pacer {
   virtual void wake();
 
  private:
-  VelLock lock_;
+  VelLock lock_{false};
   bool woken_ VEL_GUARDED_BY(lock_) = false;
 };
+
+// Makes the pacer of every new agent; tests put their own maker here before they make agents.
+using PacerMaker = std::unique_ptr<Pacer> (*)();
+extern PacerMaker makePacer;

@@ -1,5 +1,6 @@
 #include "delivery/ThreadMgr.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/Gate.h"
@@ -276,11 +277,16 @@ void ThreadMgr::setThreadStopped(JNIEnv* env) {
 int ThreadMgr::getAllStoppedThreadIDs() {
   VEL_TRACE();
   LockScope held(lock_);
-  const auto count = static_cast<std::size_t>(std::min(stopIndex_ + 1, kStoppedThreads));
-  std::copy_n(stoppedTIDArr_.begin(), count, stoppedTIDCopyArr_.begin());
-  stopTIDCnt_ = stopIndex_ + 1;
+  stopTIDCnt_ = std::min(stopIndex_ + 1, kStoppedThreads);
+  std::copy_n(stoppedTIDArr_.begin(), stopTIDCnt_, stoppedTIDCopyArr_.begin());
   stopIndex_ = -1;
   return stopTIDCnt_;
+}
+
+std::vector<JNIEnv*> ThreadMgr::takeStoppedThreadIDs() {
+  LockScope held(lock_);
+  const int count = getAllStoppedThreadIDs();
+  return {stoppedTIDCopyArr_.begin(), stoppedTIDCopyArr_.begin() + count};
 }
 
 ThreadDataCopy** ThreadMgr::getAllThreadDataCopies() {

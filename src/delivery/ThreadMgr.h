@@ -66,7 +66,7 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   void setThreadStopped(JNIEnv* env);
   // Empties the ring into stoppedTIDCopyArr_; the number of ids there.
   int getAllStoppedThreadIDs();
-  JNIEnv* const* getStoppedTIDCopies() const { return stoppedTIDCopyArr_.data(); }
+  std::vector<JNIEnv*> takeStoppedThreadIDs();  // the same, safe against other readers
 
   // Null-terminated, the caller frees array and elements; null when there are none.
   ThreadDataCopy** getAllThreadDataCopies();

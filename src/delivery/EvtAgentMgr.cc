@@ -1,0 +1,246 @@
+#include "delivery/EvtAgentMgr.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "base/Messages.h"
+#include "base/Trace.h"
+#include "core/AgentState.h"
+#include "delivery/LogText.h"
+#include "delivery/LossReport.h"
+#include "delivery/MemoryMonitor.h"
+#include "delivery/NetworkAgentMgr.h"
+#include "delivery/Settings.h"
+
+static InstanceSlot<EvtAgentMgr> slot;
+
+EvtAgentMgr* EvtAgentMgr::getInstance() {
+  EvtAgentMgr* instance = slot.getOrCreate();
+  threadAdopter = instance;
+  return instance;
+}
+
+EvtAgentMgr* EvtAgentMgr::getIfPresent() { return slot.get(); }
+
+void EvtAgentMgr::destroy() {
+  VEL_TRACE();
+  threadAdopter = nullptr;
+  slot.destroy();
+}
+
+EvtAgentMgr::EvtAgentMgr()
+    : VeloraBase("EvtAgentMgr"),
+      evtAgentCnt_(static_cast<int>(readSetting(Setting::eventPoolSize))),
+      stopPacer_(makePacer()) {
+  VEL_TRACE();
+}
+
+EvtAgentMgr::~EvtAgentMgr() { VEL_TRACE(); }
+
+void EvtAgentMgr::start() {
+  VEL_TRACE();
+  createData();
+  start_ = true;
+  NetworkAgentMgr::getInstance()->registerConnectionInitListener(this);
+  logInfo({1046, "EvtAgentManager started..."});
+}
+
+void EvtAgentMgr::stop() {
+  VEL_TRACE();
+  start_ = false;
+  NetworkAgentMgr::getInstance()->unregisterConnectionInitListener(this);
+  for (const AgentRef& agent : agents()) agent->retire();
+  stopAllEvtAgents();
+  while (waitForOneAlive()) {
+  }
+  deleteData();
+  logInfo({1047, "EvtAgentManager stopped..."});
+}
+
+bool EvtAgentMgr::waitForOneAlive() {
+  static const std::atomic<bool> always{true};
+  const AgentRef alive = anAliveAgent();
+  if (!alive) return false;
+  _logDebug(__FILE_NAME__, __LINE__,
+            LogText("EventAgent ID: %d was alive, waiting for 1 secs", alive->getId()));
+  stopPacer_->pause(1000, always);
+  return true;
+}
+
+void EvtAgentMgr::createData() {
+  VEL_TRACE();
+  std::vector<AgentRef> made;
+  for (int id = 0; id < evtAgentCnt_; ++id) {
+    made.push_back(std::make_shared<EventAgent>(id));
+    made.back()->preInitLocks();
+  }
+  made.front()->sendInitRecordsFirst();
+  LockScope held(lock_);
+  eventAgents_ = std::move(made);
+  leader_ = eventAgents_.front().get();
+}
+
+// A loop that has not ended keeps its agent; here it is forgotten all the same.
+void EvtAgentMgr::deleteData() {
+  VEL_TRACE();
+  std::vector<AgentRef> old;
+  {
+    LockScope held(lock_);
+    old.swap(eventAgents_);
+    leader_ = nullptr;
+  }
+  for (const AgentRef& agent : old)
+    if (agent->isAlive())
+      _log(__FILE_NAME__, __LINE__,
+           LogText("EventAgent ID: %d still alive after 10 sec wait therefore not deleting",
+                   agent->getId()));
+  ready_ = start_ = false;
+  roundRobinIndex_ = 0;
+  resendDataComplete_ = true;
+}
+
+EvtAgentMgr::AgentRef EvtAgentMgr::agentAt(int id) {
+  if (id < 0 || id >= evtAgentCnt_) {
+    _log(__FILE_NAME__, __LINE__,
+         LogText("Trying to start event agent with improper ID: %d [0-%d]", id, evtAgentCnt_ - 1));
+    return nullptr;
+  }
+  LockScope held(lock_);
+  const auto index = static_cast<std::size_t>(id);
+  return index < eventAgents_.size() ? eventAgents_[index] : nullptr;
+}
+
+std::vector<EvtAgentMgr::AgentRef> EvtAgentMgr::agents() {
+  LockScope held(lock_);
+  return eventAgents_;
+}
+
+EvtAgentMgr::AgentRef EvtAgentMgr::anAliveAgent() {
+  const auto all = agents();
+  const auto alive = std::ranges::find_if(all, &EventAgent::isAlive, &AgentRef::operator*);
+  return alive == all.end() ? nullptr : *alive;
+}
+
+void EvtAgentMgr::startEvtAgent(JNIEnv* env, int id) {
+  VEL_TRACE();
+  const AgentRef agent = agentAt(id);
+  if (!agent) return;
+  agent->startThread(env);
+  stopPacer_->wake();
+}
+
+void EvtAgentMgr::stopEvtAgent(int id) {
+  VEL_TRACE();
+  if (const AgentRef agent = agentAt(id)) agent->stopThread();
+}
+
+void EvtAgentMgr::stopAllEvtAgents() {
+  VEL_TRACE();
+  for (const AgentRef& agent : agents()) agent->stopThread();
+}
+
+bool EvtAgentMgr::manageThreadData(ThreadData* thr) {
+  VEL_TRACE();
+  if (!thr || !isReady()) return false;
+  const AgentRef agent = agentAt(getRoundRobinIndex());
+  return agent && agent->manageThreadData(thr);
+}
+
+int EvtAgentMgr::getRoundRobinIndex() {
+  VEL_TRACE();
+  if (evtAgentCnt_ == 1) return 0;
+  LockScope held(lock_);
+  int index = roundRobinIndex_;
+  roundRobinIndex_ = (index + 1) % evtAgentCnt_;
+  if (index < 0 || index >= evtAgentCnt_) index = 0;
+  const auto alive = [](const AgentRef& agent) { return agent && agent->isAlive(); };
+  const auto at = static_cast<std::size_t>(index);
+  if (at < eventAgents_.size() && alive(eventAgents_[at])) return index;
+  const auto first = std::ranges::find_if(eventAgents_, alive);
+  return first == eventAgents_.end() ? 0 : (*first)->getId();
+}
+
+bool EvtAgentMgr::canSendData(EventAgent* agent) {
+  VEL_TRACE();
+  PacketSink* sink = packetSink;
+  if (!sink || !sink->connectionOf(agent)) return false;
+  return isLeader(agent) || resendDataComplete_;
+}
+
+void EvtAgentMgr::notifySocketStatus() {
+  VEL_TRACE();
+  LockScope held(lock_);
+  resendDataComplete_ = false;
+  if (!leader_) {
+    const auto alive = [](const AgentRef& agent) { return agent->isAlive(); };
+    const auto first = std::ranges::find_if(eventAgents_, alive);
+    if (first == eventAgents_.end()) return;
+    leader_ = first->get();
+  }
+  leader_.load()->notifyPSReconnect();
+}
+
+void EvtAgentMgr::resendDataDone(bool done) {
+  VEL_TRACE();
+  LockScope held(lock_);
+  const EventAgent* leader = leader_;
+  if (done && leader && leader->mustResend()) return;
+  resendDataComplete_ = done;
+}
+
+void EvtAgentMgr::checkForMemory(EventAgent* agent) {
+  VEL_TRACE();
+  if (!isLeader(agent)) return;
+  unsigned long total = 0;
+  for (const AgentRef& each : agents()) total += each->getMemoryUsed();
+  MemoryMonitor::getInstance()->checkForULimit(total);
+  LossReport::tick();
+}
+
+void EvtAgentMgr::notifyEventAgentStatus(EventAgent* agent, bool status) {
+  VEL_TRACE();
+  if (!isLeader(agent) || ready_.exchange(status) == status) return;
+  AgentState::setEventMgrReady(status);
+}
+
+bool EvtAgentMgr::addToSpecialEventQueue(Event* evt) {
+  VEL_TRACE();
+  AgentRef leader;
+  {
+    LockScope held(lock_);
+    const auto is = [this](const AgentRef& agent) { return isLeader(agent.get()); };
+    const auto found = std::ranges::find_if(eventAgents_, is);
+    if (found != eventAgents_.end()) leader = *found;
+  }
+  if (leader) return leader->appendToSpecialQueue(evt);
+  delete evt;
+  LossLedger::refused(LossCause::noThread);
+  return false;
+}
+
+std::uint64_t EvtAgentMgr::countEventsInHand() {
+  std::uint64_t events = 0;
+  for (const AgentRef& agent : agents()) events += static_cast<std::uint64_t>(agent->getEventsInHand());
+  return events;
+}
+
+// The ledger itself says when nothing is left, wherever it was.
+bool EvtAgentMgr::flush(int maxMillis) {
+  VEL_TRACE();
+  constexpr long kLookEveryMs = 5;
+  static const std::atomic<bool> always{true};
+  const auto hurryAll = [this](bool on) {
+    for (const AgentRef& agent : agents()) agent->hurry(on);
+    if (PacketSink* sink = packetSink) sink->hurry(on);
+  };
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::milliseconds(maxMillis);
+  const std::unique_ptr<Pacer> pacer = makePacer();
+  hurryAll(true);
+  bool empty;
+  while (!(empty = LossLedger::snapshot().queued() == 0) && Clock::now() < deadline)
+    pacer->pause(kLookEveryMs, always);
+  hurryAll(false);
+  LossReport::writeFinal();
+  return empty;
+}
