@@ -20,6 +20,7 @@ final class Identity {
     ProbeSystem.commandAgentID =
         setting("velora.component.id", componentId(node, ProbeSystem.appServerName));
     ProbeSystem.productVersion = setting("velora.server.version", ProbeSystem.productVersion);
+    ProbeSystem.probeStdout = System.getProperty("velora.probe.stdout");
     ProbeSystem.jvmVersion = System.getProperty("java.vm.version");
   }
 

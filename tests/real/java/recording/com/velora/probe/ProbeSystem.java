@@ -8,6 +8,7 @@ public final class ProbeSystem {
   public static String commandAgentID;
   public static int adminServerPort;
   public static String jvmVersion;
+  public static String probeStdout;
   public static String productVersion = "0.0.0";
 
   private ProbeSystem() {}
