@@ -2,7 +2,7 @@
 
 #include <jni.h>
 
-#include "events/EventKinds.h"
+#include "events/Events.h"
 
 class ThreadData;
 

@@ -2,6 +2,8 @@
 
 #include <jni.h>
 
+#include <atomic>
+
 #include "base/VelLock.h"
 #include "base/types.h"
 
@@ -16,4 +18,21 @@ class GPSTokenUtils {
   // The token is on its way to another process: makes sure that the file covers it.
   static void saveGPSToken(unsigned int token);
   static void initGPSCounterFile();
+
+ private:
+  friend struct GPSTokenProbe;  // the unit tests' view
+  static bool writeCounter(unsigned int counter, const char* onFailure);
+
+  static constexpr unsigned int firstBit = 0x80000000u;
+  static constexpr unsigned int allOne = 0xFFFFFFFFu;
+  static constexpr const char* GPS_COUNTER_FILE = "veloraGpsCounter.txt";
+  enum { kNext, kCovered };  // the words of tokenPtr
+  static unsigned int regionId, gpsMask, gpsCounter;
+  static int gpsCushion;  // tokens that the file is ahead
+  static char counterFile[1024];
+  // The next token to hand out, under getTokenLock; the highest one that the file covers, written
+  // under saveTokenLock.
+  static std::atomic<unsigned int> tokenPtr[2];
+  static VelLock& getTokenLock;  // taken before saveTokenLock
+  static VelLock& saveTokenLock;
 };

@@ -6,7 +6,7 @@
 #include "base/Published.h"
 #include "base/VeloraBase.h"
 #include "base/types.h"
-#include "events/EventKinds.h"
+#include "events/Events.h"
 
 // The wire encoder: events and the agent's own records as the server reads them (docs/PROTOCOL.md).
 // Without state; used by the event agents' threads. Every write stores at *buff and advances it
