@@ -39,6 +39,14 @@ class Variable {
 
 static const std::string kPath = KLG_BUILT_MESSAGES "/msg/%L/%N.cat";
 
+// A catalogue's pages are mapped inside the C library, unseen by the address sanitizer, which may
+// take them for pages it once had itself.
+[[gnu::no_sanitize_address]] static std::string textIn(nl_catd catalog, int number) {
+  std::string text;
+  for (const char* c = ::catgets(catalog, 1, number, "(built in)"); *c; ++c) text += *c;
+  return text;
+}
+
 TEST(Catalog, HoldsEveryRowOfTheMessageSource) {
   const Variable path("NLSPATH", kPath.c_str());
   const auto catalog = openCatalog("velprobeMessages");
@@ -48,7 +56,7 @@ TEST(Catalog, HoldsEveryRowOfTheMessageSource) {
   ASSERT_FALSE(texts.empty());
   for (const auto& [number, known] : texts) {
     const std::string expected = known.size() == 1 && number > 0 ? *known.begin() : "(built in)";
-    EXPECT_EQ(::catgets(catalog, 1, number, "(built in)"), expected) << number;
+    EXPECT_EQ(textIn(catalog, number), expected) << number;
   }
   ::catclose(catalog);
 }
@@ -101,8 +109,7 @@ TEST(Catalog, TruncatedFiles) {
   for (std::size_t size = 0; size < whole.size(); size += size < 64 ? 1 : 101) {
     const auto catalog = openCatalog(scratch.write("cut.cat", whole.substr(0, size)));
     if (catalog == kNoCatalog) continue;
-    for (const auto& row : kRows)
-      EXPECT_LE(std::string(::catgets(catalog, 1, row.number, "")).size(), size);
+    for (const auto& row : kRows) EXPECT_LE(textIn(catalog, row.number).size(), size);
     ::catclose(catalog);
   }
 }
