@@ -77,8 +77,16 @@ static void writeSummary(const std::string& directory, const std::string& summar
     complain({"cannot write ", directory, "/capture.txt: ", std::strerror(errno)});
 }
 
+static std::string remarkOn(const std::string& file, const std::string& name,
+                            const CopyResult& result) {
+  std::string remark = name;
+  remark += " " + std::to_string(result.bytes) + " bytes of ";
+  remark += file;
+  return remark += ": " + result.remark + "\n";
+}
+
 std::string capture(const CaptureOrder& order) {
-  const auto directory = makeDirectory(order);
+  auto directory = makeDirectory(order);
   if (directory.empty()) return {};
   const auto deadline = std::chrono::steady_clock::now() + order.timeLimit;
   std::string summary(order.reason);
@@ -86,10 +94,9 @@ std::string capture(const CaptureOrder& order) {
   for (std::size_t i = 0; i < order.files.size(); ++i) {
     const auto& file = order.files[i];
     const auto name = copyName(i, file);
-    const auto result = copyFile(file, directory + "/" + name, room, deadline);
+    const auto result = copyFile(file, fs::path(directory) / name, room, deadline);
     room -= result.bytes;
-    summary += name + " " + std::to_string(result.bytes) + " bytes of " + file + ": " +
-               result.remark + "\n";
+    summary += remarkOn(file, name, result);
   }
   writeSummary(directory, summary);
   return directory;

@@ -86,7 +86,10 @@ void Logger::triggerCapture(std::string_view line) const {
 }
 
 void Logger::connect(Handlers handlers) {
-  handlers_.store(new Handlers(std::move(handlers)), std::memory_order_release);
+  const std::lock_guard guard(lock_);
+  if (!kept_.empty() && *kept_.back() == handlers) return;
+  kept_.push_back(std::make_unique<const Handlers>(std::move(handlers)));
+  handlers_.store(kept_.back().get(), std::memory_order_release);
 }
 
 bool Logger::watch(int* level) {

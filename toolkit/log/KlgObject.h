@@ -81,7 +81,8 @@ class Logger final : public KlgObject {
   void triggerCapture(std::string_view line) const;
 
   using Handlers = std::vector<KlgObject*>;
-  // The old list is left to readers that may still walk it; one is made per opening.
+  // Old lists are kept, since threads may still walk them; there is one per opening that changes
+  // it.
   void connect(Handlers handlers);
 
   bool watch(int* level);
@@ -96,5 +97,6 @@ class Logger final : public KlgObject {
 
   std::atomic<int> level_{KLG_LEVEL_OFF};
   std::atomic<const Handlers*> handlers_{nullptr};
-  int* watched_ = nullptr;  // guarded by lock_
+  std::vector<std::unique_ptr<const Handlers>> kept_;  // guarded by lock_
+  int* watched_ = nullptr;                             // guarded by lock_
 };

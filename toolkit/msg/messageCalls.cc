@@ -41,13 +41,15 @@ class Catalogs {
   std::size_t count_ = 0;
 };
 
+static Catalogs& catalogs() {
+  static Catalogs* const all = new Catalogs;  // never destroyed: its texts are in use
+  return *all;
+}
+
 const char* KlgMessageText(const char* catalog, int set, int number,
                            const char* defaultText) noexcept {
   if (!catalog || !*catalog || number == 0) return defaultText;
-  return guarded(defaultText, [&] {
-    static Catalogs* const catalogs = new Catalogs;
-    return catalogs->text(catalog, set, number, defaultText);
-  });
+  return guarded(defaultText, [&] { return catalogs().text(catalog, set, number, defaultText); });
 }
 
 int kis_set_dir(const char* directory) noexcept { return directory && *directory ? 0 : -1; }

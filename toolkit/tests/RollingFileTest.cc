@@ -152,18 +152,25 @@ static std::multiset<std::string> everyLine() {
   return result;
 }
 
-// Two handlers on one name stand for two processes: they know nothing of each other, and a lock on
-// the file is per opening. Enough files are kept for every line to be counted.
-TEST(RollingFile, WritersThatShareAFileLoseNoLine) {
+// Processes share the file, each with several threads. Enough files are kept for every line to be
+// counted.
+TEST(RollingFile, ProcessesThatShareAFileLoseNoLine) {
   for (const std::int64_t maxSize : {1'000'000, 4096}) {
     Scratch scratch;
-    RollingFile files[kWriters];
-    std::vector<std::thread> writers;
+    std::vector<pid_t> children;
     for (int w = 0; w < kWriters; ++w) {
-      files[w].configure({scratch.path("log"), maxSize, 100});
-      writers.emplace_back([&files, w] { writeLines(files[w], w); });
+      children.push_back(::fork());
+      if (children.back() != 0) continue;
+      RollingFile file;
+      file.configure({scratch.path("log"), maxSize, 100});
+      writeLines(file, w);
+      ::_exit(0);
     }
-    for (auto& writer : writers) writer.join();
+    for (const pid_t child : children) {
+      int status = -1;
+      ::waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0);
+    }
     EXPECT_EQ(linesOfAllFiles(scratch), everyLine());
   }
 }
