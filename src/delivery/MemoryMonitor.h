@@ -8,6 +8,7 @@
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
 #include "base/types.h"
+#include "delivery/SizeSample.h"
 #include "events/Event.h"
 #include "events/EventWeights.h"
 
@@ -31,6 +32,10 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   static void addToMemCntr(Event::EventType type, short size, ThreadData* thr);
   static void delFromMemCntr(Event::EventType type, short size, ThreadData* thr);
   void doLock(JNIEnv* env);  // waits for a counter reset in progress
+  // The accounting size of an SQL event: its weight and the mean length of the first statements.
+  static bool avgSQLCalculated() { return sqlSizes_.complete(); }
+  static void sqlRequest(int length) { sqlSizes_.add(static_cast<std::uint32_t>(length)); }
+  static short getSQLSize() { return sqlSizes_.weigh(SQL); }
   void resetCounters() {}    // nothing is reset: the estimate follows the queues by itself
 
   static std::atomic<bool> uLimitReached_;
@@ -52,6 +57,7 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   void readProperties();
   void setResetTimer();
 
+  static inline SizeSample sqlSizes_{1000};
   VelLock lock_;
   std::atomic<unsigned long> memoryTaken_{0};
 };

@@ -1,0 +1,163 @@
+#include "events/EventUtils.h"
+
+#include <cstring>
+
+#include "base/Messages.h"
+#include "base/Trace.h"
+#include "base/platform.h"
+#include "delivery/EvtAgentMgr.h"
+#include "events/EventUtilsSupport.h"
+#include "events/samplingEvent.h"
+
+bool EventUtils::appendRequestEvent(JNIEnv* env, ThreadData* thr, Event* request) {
+  VEL_TRACE();
+  if (!request) return false;
+  if (!thr) thr = ThreadMgr::getInstance()->getThreadData(env);
+  if (thr) [[likely]]
+    return thr->appendEvent(request);
+  logError({1202, "No thread data for the event of type %d, it is lost. TID: %d"},
+           static_cast<int>(request->getType()), threadIdOf(env));
+  delete request;
+  LossLedger::refused(LossCause::noThread);
+  return false;
+}
+
+void EventUtils::stamp(Event& event, JNIEnv* env, ThreadData* thr) {
+  event.env_ = env;
+  getCurrentTime(&event.timeSec_, &event.timeUSec_);
+  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime());
+  event.cpuTime_ = thr ? thr->saveAndTestCPUTime(cpu) : cpu;
+}
+
+// The names that are still missing, and where the START sends a user, that too.
+static void completeNames(RequestEvent& e) {
+  if (!e.request_name && e.getType() != Event::GPS) e.request_name = emptyText();
+  if (!e.application_name) e.application_name = emptyText();
+  if (!e.url) e.url = emptyText();
+  if (!e.userName) e.userName = emptyText();
+}
+
+static bool stampAndAppend(JNIEnv* env, ThreadData* thr, std::unique_ptr<RequestEvent> event) {
+  EventUtils::stamp(*event, env, thr);
+  if (event->getSubType() == Event::START) completeNames(*event);
+  return EventUtils::appendRequestEvent(env, thr, event.release());
+}
+
+bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request,
+                             jstring requestName, jstring applicationName, jstring url) {
+  VEL_TRACE();
+  if (!request) return false;
+  std::unique_ptr<RequestEvent> event(request);
+  if (!event->request_name && event->getType() != Event::GPS)
+    event->request_name = ownText(env, requestName);
+  if (!event->application_name) event->application_name = ownText(env, applicationName);
+  if (!event->url) event->url = ownText(env, url, textLimit(MemoryMonitor::urlLimit_));
+  return stampAndAppend(env, thr, std::move(event));
+}
+
+static OwnedText copyText(const char* text) {
+  const std::size_t size = text ? std::strlen(text) + 1 : 0;
+  if (size == 0) return emptyText();
+  auto copy = std::make_unique_for_overwrite<char[]>(size);
+  std::memcpy(copy.get(), text, size);
+  return copy;
+}
+
+bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request,
+                             const char* requestName, const char* applicationName,
+                             const char* url) {
+  VEL_TRACE();
+  if (!request) return false;
+  std::unique_ptr<RequestEvent> event(request);
+  if (!event->request_name && event->getType() != Event::GPS)
+    event->request_name = copyText(requestName);
+  if (!event->application_name) event->application_name = copyText(applicationName);
+  if (!event->url) event->url = copyText(url);
+  return stampAndAppend(env, thr, std::move(event));
+}
+
+bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request) {
+  VEL_TRACE();
+  if (!request) return false;
+  return stampAndAppend(env, thr, std::unique_ptr<RequestEvent>(request));
+}
+
+// Collections come on whatever thread reports them, most often one without a record.
+static bool appendGCEvent(JNIEnv* env, std::unique_ptr<GCEvent> event) {
+  event->env_ = env;
+  getCurrentTime(&event->timeSec_, &event->timeUSec_);
+  return EvtAgentMgr::getInstance()->addToSpecialEventQueue(event.release());
+}
+
+bool EventUtils::appendGCStartEvent(JNIEnv* env) {
+  VEL_TRACE();
+  return appendGCEvent(env, std::make_unique<GCEvent>(Event::START));
+}
+
+bool EventUtils::appendGCEndEvent(JNIEnv* env, unsigned long long usedObjects,
+                                  unsigned long long usedObjectSpace,
+                                  unsigned long long totalObjectSpace) {
+  VEL_TRACE();
+  auto event = std::make_unique<GCEvent>(Event::END);
+  event->used_objects = static_cast<jlong>(usedObjects);
+  event->used_object_space = static_cast<jlong>(usedObjectSpace);
+  event->total_object_space = static_cast<jlong>(totalObjectSpace);
+  return appendGCEvent(env, std::move(event));
+}
+
+bool EventUtils::appendSamplingRateEvent(JNIEnv* env, const jint* levels, int useDefault) {
+  VEL_TRACE();
+  return appendSingle(env, makeSamplingEvent(env, levels, useDefault), FillNothing());
+}
+
+bool EventUtils::appendKGWEvent(JNIEnv* env, jstring gatewayName, jstring serverName,
+                                jstring progName, jlong snapShotTime, jint count,
+                                jlong avgTimeTaken) {
+  VEL_TRACE();
+  return appendSingle(env, std::make_unique<KGWEvent>(Event::NOSTYPE), [&](KGWEvent& e) {
+    e.gatewayName = ownText(env, gatewayName);
+    e.serverName = ownText(env, serverName);
+    e.progName = ownText(env, progName);
+    e.snapShotTime = snapShotTime;
+    e.count = count;
+    e.avgTimeTaken = avgTimeTaken;
+  });
+}
+
+bool EventUtils::appendMQIEvent(JNIEnv* env, jstring mgrName, jstring queueName, jlong snapShotTime,
+                                jbyte* ctype, jint* count, jlong* avgTimeTaken, jint arrLength) {
+  VEL_TRACE();
+  auto event = std::make_unique<MQIEvent>(Event::NOSTYPE);
+  event->ctype.reset(ctype);
+  event->count.reset(count);
+  event->avgTimeTaken.reset(avgTimeTaken);
+  event->arrLength = arrLength;
+  return appendSingle(env, std::move(event), [&](MQIEvent& e) {
+    e.mgrName = ownText(env, mgrName);
+    e.queueName = ownText(env, queueName);
+    e.snapShotTime = snapShotTime;
+  });
+}
+
+bool EventUtils::appendExceptionEvent(JNIEnv* env, jstring exception, jstring className,
+                                      jstring methodName, jstring stackTrace) {
+  VEL_TRACE();
+  return appendSingle(env, std::make_unique<ExceptionEvent>(Event::NOSTYPE),
+                      [&](ExceptionEvent& e) {
+                        e.exception = ownText(env, exception);
+                        e.class_name = ownText(env, className);
+                        e.method_name = ownText(env, methodName);
+                        e.stacktrace = ownText(env, stackTrace);
+                      });
+}
+
+bool EventUtils::appendDroppedRecEvent(JNIEnv* env) {
+  VEL_TRACE();
+  return appendSingle(env, std::make_unique<DroppedEvent>(Event::NOSTYPE), FillNothing());
+}
+
+bool EventUtils::appendPSStatusRecEvent(JNIEnv* env, jstring status) {
+  VEL_TRACE();
+  return appendSingle(env, std::make_unique<PSStatusEvent>(Event::NOSTYPE),
+                      [&](PSStatusEvent& e) { e.status_ = ownText(env, status); });
+}
