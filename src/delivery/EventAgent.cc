@@ -6,15 +6,13 @@
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/LogText.h"
 #include "delivery/PacketSink.h"
-#include "delivery/SamplingRates.h"
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
-#include "events/Events.h"
+#include "events/EventKinds.h"
 #include "events/ProtocolVisitor.h"
+#include "events/samplingEvent.h"
 #include "instrument/ClassTable.h"
 
-// The init records hold names of at most 255 and one text of at most 1023 bytes.
-constexpr std::size_t kInitRecordsRoom = 4096;
 // About this long without a server, and queues are kept shorter.
 constexpr long kPatienceMs = 30'000;
 // Pause between cycles of an agent in a hurry: the threads shall get on meanwhile.
@@ -69,8 +67,8 @@ void EventAgent::beginLoop(JNIEnv* env) {
   _log(__FILE_NAME__, __LINE__, "Event Agent Thread Started...");
 }
 
-// The connection is noted before anything else is asked. Should it be renewed from here on, then what
-// is prepared for it is refused, and on the new one the init records come first.
+// The connection is noted before anything else is asked. Should it be renewed from here on, then
+// what is prepared for it is refused, and on the new one the init records come first.
 void EventAgent::runCycle() {
   measureMemory();
   pause();
@@ -190,7 +188,7 @@ bool EventAgent::sendInitRecords() {
   connection_ = sink ? sink->connectionOf(this) : 0;
   if (!connection_) return false;
   resendInitRecord_ = false;
-  char records[kInitRecordsRoom];
+  char records[ProtocolVisitor::kMaxInitRecordsSize];
   char* cursor = records;
   ProtocolVisitor::getInstance()->addInitRecord(&cursor);
   ProtocolVisitor::getInstance()->addJ2EEInitRecord(&cursor, env_);
@@ -204,10 +202,8 @@ bool EventAgent::sendInitRecords() {
 }
 
 void EventAgent::sendSamplingRates() {
-  const SamplingRates::Values rates = SamplingRates::get();
-  auto event = makeSamplingEvent(env_, rates.levels.data(), rates.useDefault);
   if (specialQueue_)
-    specialQueue_->appendEvent(event.release());
+    specialQueue_->appendEvent(makeSamplingEvent(env_).release());
   else
     LossLedger::refused(LossCause::noThread);
 }
@@ -222,8 +218,7 @@ void EventAgent::resendInitialData() {
     thrList_.prependAll(&own);
   }
   if (!specialQueue_) {
-    _logDebug(__FILE_NAME__, __LINE__,
-              "The special event queue is NULL, cannot resendInitData");
+    _logDebug(__FILE_NAME__, __LINE__, "The special event queue is NULL, cannot resendInitData");
   } else {
     std::uint64_t stale = 0;
     for (; Event* evt = specialQueue_->getEvtQueue()->pop(); ++stale) release(specialQueue_, evt);
@@ -250,7 +245,7 @@ void EventAgent::queueKnownClasses() {
     if (known.type == -1) return;
     auto event = std::make_unique<ClassEvent>(Event::LOAD);
     event->env_ = env_;
-    event->classData = known.clone();
+    event->classData.reset(known.clone());
     specialQueue_->appendEvent(event.release());
   });
 }

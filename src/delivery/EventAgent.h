@@ -15,8 +15,8 @@
 
 class PacketSink;
 
-// Drains the queues of its threads into packets, on a Java thread of its own. What other threads may
-// call comes first; all the rest is for the thread that runs the loop.
+// Drains the queues of its threads into packets, on a Java thread of its own. What other threads
+// may call comes first; all the rest is for the thread that runs the loop.
 class EventAgent : public virtual VeloraBase {
  public:
   explicit EventAgent(int id);
@@ -87,7 +87,7 @@ class EventAgent : public virtual VeloraBase {
   std::atomic<bool> alive_{false};
   std::unique_ptr<char[]> buffer_;
   VelList<Event*> keepList_;
-  VelLock specialLock_;  // taken before an event queue
+  VelLock specialLock_;                 // taken before an event queue
   ThreadData* specialQueue_ = nullptr;  // changed under specialLock_ by the loop's thread alone
   JNIEnv* env_ = nullptr;
   long queueLimit_;

@@ -6,16 +6,19 @@
 #include "delivery/EventAgent.h"
 #include "delivery/LogText.h"
 #include "delivery/ThreadMgr.h"
-#include "events/Events.h"
+#include "events/EventKinds.h"
 #include "events/ProtocolVisitor.h"
 
-constexpr long kHeaderRoom = 7;  // the packet header record, written last
-constexpr long kReserve = 512;   // a packet counts as full this far before the buffer's end
+constexpr long kHeaderRoom = ProtocolVisitor::kPacketHeaderSize;  // written last
+constexpr long kReserve = 512;     // a packet counts as full this far before the buffer's end
 constexpr int kShortQueue = 1000;  // events kept per thread once the server has been away long
 
 struct EventAgent::Packet {
   Packet(char* buffer, long bytes)
-      : start(buffer), end(buffer + bytes), fillLimit(end - kReserve), cursor(buffer + kHeaderRoom) {}
+      : start(buffer),
+        end(buffer + bytes),
+        fillLimit(end - kReserve),
+        cursor(buffer + kHeaderRoom) {}
   long room() const { return end - cursor; }
   long mostRoom() const { return end - start - kHeaderRoom; }
 
@@ -92,14 +95,14 @@ void EventAgent::trimOverLimit(ThreadData* thr, Packet& packet) {
     _logDebug(__FILE_NAME__, __LINE__, LogText(kText, refused, name, limit));
 }
 
-// The event that crosses the fill limit is written in full, if it ends inside the buffer; if not, it
-// waits at the head of its queue for the next packet.
+// The event that crosses the fill limit is written in full, if it ends inside the buffer; if not,
+// it waits at the head of its queue for the next packet.
 void EventAgent::drain(ThreadData* thr, Packet& packet) {
   VelList<Event*>* queue = thr->getEvtQueue();
   while (!packet.full) {
     Event* evt = queue->pop();
     if (!evt) return;
-    const auto bytes = static_cast<long>(ProtocolVisitor::getInstance()->recordSize(*evt));
+    const auto bytes = static_cast<long>(ProtocolVisitor::recordSize(*evt));
     if (bytes > packet.mostRoom()) {
       _logWarn(__FILE_NAME__, __LINE__,
                LogText("Event of type %d dropped, its record of %ld bytes fits no packet",
@@ -167,9 +170,15 @@ void EventAgent::updateDropRecordCounters(const Event* evt) {
   const bool start = evt->getSubType() == Event::START;
   if (!start && evt->getSubType() != Event::END) return;
   switch (evt->getType()) {
-    case Event::METHOD: ++(start ? methStartDropCnt_ : methEndDropCnt_); break;
-    case Event::SQL: ++(start ? sqlStartDropCnt_ : sqlEndDropCnt_); break;
-    default: ++(start ? reqStartDropCnt_ : reqEndDropCnt_); break;
+    case Event::METHOD:
+      ++(start ? methStartDropCnt_ : methEndDropCnt_);
+      break;
+    case Event::SQL:
+      ++(start ? sqlStartDropCnt_ : sqlEndDropCnt_);
+      break;
+    default:
+      ++(start ? reqStartDropCnt_ : reqEndDropCnt_);
+      break;
   }
 }
 
@@ -195,12 +204,13 @@ std::unique_ptr<Event> EventAgent::makeDropEvent(JNIEnv* env) const {
   return event;
 }
 
-// False as well when the event does not fit behind the cursor, which points into the agent's buffer.
+// False as well when the event does not fit behind the cursor, which points into the agent's
+// buffer.
 bool EventAgent::addDropEvent(JNIEnv* env, char** buff) {
   VEL_TRACE();
   const std::unique_ptr<Event> event = makeDropEvent(env);
   if (!event) return false;
-  const auto bytes = static_cast<long>(ProtocolVisitor::getInstance()->recordSize(*event));
+  const auto bytes = static_cast<long>(ProtocolVisitor::recordSize(*event));
   if (bytes > buffer_.get() + bufferBytes() - *buff) return false;
   addEventToBuffer(event.get(), buff);
   LossLedger::created();

@@ -220,7 +220,8 @@ bool EvtAgentMgr::addToSpecialEventQueue(Event* evt) {
 
 std::uint64_t EvtAgentMgr::countEventsInHand() {
   std::uint64_t events = 0;
-  for (const AgentRef& agent : agents()) events += static_cast<std::uint64_t>(agent->getEventsInHand());
+  for (const AgentRef& agent : agents())
+    events += static_cast<std::uint64_t>(agent->getEventsInHand());
   return events;
 }
 

@@ -2,10 +2,10 @@
 
 #include <numeric>
 
-constexpr const char* kNames[] = {"queueFull",    "queueTrimmed", "serverDown", "deadThread",
-                                  "packetRefused", "packetLost",  "plannedReset", "reconnected", "memory",
-                                  "disabled",     "noThread",     "tooLarge",   "noRecord",
-                                  "shutdown",     "cutText"};
+constexpr const char* kNames[] = {"queueFull",     "queueTrimmed", "serverDown",   "deadThread",
+                                  "packetRefused", "packetLost",   "plannedReset", "reconnected",
+                                  "memory",        "disabled",     "noThread",     "tooLarge",
+                                  "noRecord",      "shutdown",     "cutText"};
 static_assert(std::size(kNames) == kLossCauses + 1, "every cause has its name");
 
 std::array<LossLedger::Stripe, LossLedger::kStripes> LossLedger::stripes_;

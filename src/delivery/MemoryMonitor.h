@@ -48,7 +48,7 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   static ULONG bookKeepingDSSize_;
   static ULONG userMemoryULimit_;
   static ULONG memAcceptDelta_;
-  static long urlLimit_, sqlLimit_;  // bytes of text kept, terminator included
+  static std::atomic<long> urlLimit_, sqlLimit_;  // bytes of text kept, terminator included
 
  private:
   friend class InstanceSlot<MemoryMonitor>;

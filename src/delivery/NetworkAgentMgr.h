@@ -11,16 +11,16 @@
 #include "base/VelHashTable.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
+#include "delivery/NetworkAgent.h"
 #include "delivery/NetworkAgentMgrConnInitListener.h"
 #include "delivery/PacketSink.h"
 #include "delivery/QueuedBytes.h"
-
-class NetworkAgent;
 
 // Owns the network agents and ties each client (an event agent) to one of them.
 class NetworkAgentMgr : public virtual VeloraBase, public PacketSink, public QueuedBytes {
  public:
   static NetworkAgentMgr* getInstance();
+  static NetworkAgentMgr* getIfPresent();
   static void destroy();
   void start();
   void stop();  // returns when no agent's loop runs any more
@@ -44,6 +44,32 @@ class NetworkAgentMgr : public virtual VeloraBase, public PacketSink, public Que
   // Events in queued packets and in those being written.
   std::uint64_t countQueuedEvents();
 
+  ~NetworkAgentMgr() override;
+
  private:
-  int networkAgentCount_;
+  friend class InstanceSlot<NetworkAgentMgr>;
+  NetworkAgentMgr();
+
+  using AgentRef = std::shared_ptr<NetworkAgent>;  // keeps an agent while its loop runs
+  AgentRef getNetworkAgent(void* key);
+  AgentRef getNextNetworkAgent();
+  void addNetworkAgent(void* key, NetworkAgent* agent);
+  void removeNetworkAgent(void* key);
+  AgentRef agentAt(int id);
+  AgentRef refTo(const NetworkAgent* agent);
+  std::vector<AgentRef> agents();
+  void createData();
+  void deleteData();
+  bool waitForOneAlive();
+
+  std::vector<AgentRef> networkAgents_;  // under lock_
+  VelHashTable<void*, NetworkAgent*> hashTable_;
+  const int networkAgentCount_;
+  NetworkAgentMgrConnInitListener* listener_ = nullptr;  // under listenerLock_
+  std::atomic<bool> start_{false};
+  std::atomic<NetworkAgent*> leader_{nullptr};  // one of networkAgents_
+
+  VelLock lock_;          // taken before an agent's and a bucket's
+  VelLock listenerLock_;  // held while the listener is told, so that it can be taken away safely
+  std::unique_ptr<Pacer> stopPacer_;
 };

@@ -35,15 +35,17 @@ consteval bool rowsFollowTheEnum() {
 }
 static_assert(rowsFollowTheEnum());
 
-const SettingBounds& boundsOf(Setting setting) { return kBounds[static_cast<std::size_t>(setting)]; }
+const SettingBounds& boundsOf(Setting setting) {
+  return kBounds[static_cast<std::size_t>(setting)];
+}
 
 static void warnOnce(const SettingBounds& bounds, long value, long used) {
   static std::atomic<bool> said[std::size(kBounds)];
   if (said[static_cast<std::size_t>(bounds.setting)].exchange(true)) return;
-  VeloraBase("Settings")._logWarn(
-      __FILE_NAME__, __LINE__,
-      LogText("%s = %ld is outside %ld to %ld, using %ld", bounds.key, value, bounds.least,
-              bounds.most, used));
+  VeloraBase("Settings")
+      ._logWarn(__FILE_NAME__, __LINE__,
+                LogText("%s = %ld is outside %ld to %ld, using %ld", bounds.key, value,
+                        bounds.least, bounds.most, used));
 }
 
 long readSetting(Setting setting) {

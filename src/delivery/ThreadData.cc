@@ -7,7 +7,7 @@
 #include "delivery/LossLedger.h"
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
-#include "events/Events.h"
+#include "events/EventKinds.h"
 
 static bool countsAsClassData(Event::EventType type) {
   return type == Event::CLASS || type == Event::METHOD;
@@ -43,7 +43,8 @@ void ThreadData::initialize() {
   if (!evtQueue_) evtQueue_ = std::make_unique<VelList<Event*>>(true, false);
   dropRecordsFlag_ = false;
   alive_ = true;
-  for (auto* counter : {&jniAddCounter_, &jniDeleteCounter_, &jvmpiAddCounter_, &jvmpiDeleteCounter_})
+  for (auto* counter :
+       {&jniAddCounter_, &jniDeleteCounter_, &jvmpiAddCounter_, &jvmpiDeleteCounter_})
     *counter = 0;
   sentDroppedEvent_ = false;
   droppedEventCounter_ = 0;
@@ -158,7 +159,8 @@ void ThreadData::delFromMemCntr(Event::EventType type, short size) {
 
 int ThreadData::getEvtQueueSize() const {
   if (evtQueue_) return evtQueue_->size();
-  _logError(__FILE_NAME__, __LINE__,
-            LogText("Event Queue is NULL, check.. EvtQueue: %d, TID: %d", 0, threadIdOf(threadId_)));
+  _logError(
+      __FILE_NAME__, __LINE__,
+      LogText("Event Queue is NULL, check.. EvtQueue: %d, TID: %d", 0, threadIdOf(threadId_)));
   return 0;
 }

@@ -322,7 +322,8 @@ _LinuxThreadModel ThreadMgr::setLinuxThreadingModel(int pid) {
 std::uint64_t ThreadMgr::countQueuedEvents() {
   LockScope held(threadDataLock_);
   std::uint64_t events = 0;
-  for (const ThreadData* thr : records()) events += static_cast<std::uint64_t>(thr->getEvtQueueSize());
+  for (const ThreadData* thr : records())
+    events += static_cast<std::uint64_t>(thr->getEvtQueueSize());
   for (const ThreadData* thr : ended_) events += static_cast<std::uint64_t>(thr->getEvtQueueSize());
   return events;
 }
