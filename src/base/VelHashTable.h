@@ -85,7 +85,11 @@ class VelHashTable : public virtual VeloraBase {
 
  private:
   using Node = HashBucket<K, V>;
-  static constexpr bool kTextKeys = std::is_pointer_v<K> && sizeof(std::remove_pointer_t<K>) == 1;
+  using Pointee = std::remove_cv_t<std::remove_pointer_t<K>>;
+  static constexpr bool kTextKeys =
+      std::is_pointer_v<K> &&
+      (std::is_same_v<Pointee, char> || std::is_same_v<Pointee, signed char> ||
+       std::is_same_v<Pointee, unsigned char>);
 
   class Locked {
    public:

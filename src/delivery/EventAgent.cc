@@ -6,9 +6,10 @@
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/LogText.h"
 #include "delivery/PacketSink.h"
+#include "delivery/SamplingRates.h"
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
-#include "events/EventKinds.h"
+#include "events/Events.h"
 #include "events/ProtocolVisitor.h"
 #include "events/samplingEvent.h"
 #include "instrument/ClassTable.h"
@@ -202,8 +203,10 @@ bool EventAgent::sendInitRecords() {
 }
 
 void EventAgent::sendSamplingRates() {
+  const SamplingRates::Values rates = SamplingRates::get();
+  auto event = makeSamplingEvent(env_, rates.levels.data(), rates.useDefault);
   if (specialQueue_)
-    specialQueue_->appendEvent(makeSamplingEvent(env_).release());
+    specialQueue_->appendEvent(event.release());
   else
     LossLedger::refused(LossCause::noThread);
 }

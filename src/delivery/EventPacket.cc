@@ -6,7 +6,7 @@
 #include "delivery/EventAgent.h"
 #include "delivery/LogText.h"
 #include "delivery/ThreadMgr.h"
-#include "events/EventKinds.h"
+#include "events/Events.h"
 #include "events/ProtocolVisitor.h"
 
 constexpr long kHeaderRoom = ProtocolVisitor::kPacketHeaderSize;  // written last

@@ -12,7 +12,7 @@
 #include "delivery/QueuedBytes.h"
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
-#include "events/EventKinds.h"
+#include "events/Events.h"
 
 std::atomic<bool> MemoryMonitor::uLimitReached_{false};
 std::atomic<bool> MemoryMonitor::resetingCounters_{false};

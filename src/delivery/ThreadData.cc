@@ -7,7 +7,7 @@
 #include "delivery/LossLedger.h"
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
-#include "events/EventKinds.h"
+#include "events/Events.h"
 
 static bool countsAsClassData(Event::EventType type) {
   return type == Event::CLASS || type == Event::METHOD;
