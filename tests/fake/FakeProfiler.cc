@@ -1,0 +1,162 @@
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <thread>
+
+#include "fake/FakeJvm.h"
+#include "fake/NotProvided.h"
+
+// A raw monitor: re-entrant, and a wait gives up every level of it. Monitors live as long as the
+// test program, so that a lock which outlives its JVM does no harm.
+struct JVMPI_RawMonitorData {
+  std::string name;
+  std::mutex mutex;
+  std::condition_variable entrance, waiters;
+  std::thread::id owner;
+  int depth = 0;
+  unsigned notified = 0;
+  bool destroyed = false;
+
+  bool mine() const { return depth > 0 && owner == std::this_thread::get_id(); }
+  void take(std::unique_lock<std::mutex>& locked, int levels) {
+    entrance.wait(locked, [this] { return depth == 0; });
+    owner = std::this_thread::get_id();
+    depth = levels;
+  }
+};
+
+static std::mutex poolMutex;
+static std::vector<std::unique_ptr<JVMPI_RawMonitorData>>& pool() {
+  static auto* monitors = new std::vector<std::unique_ptr<JVMPI_RawMonitorData>>;
+  return *monitors;
+}
+
+int FakeJvm::liveMonitors() {
+  const std::lock_guard locked(poolMutex);
+  return static_cast<int>(std::ranges::count_if(pool(), [](auto& m) { return !m->destroyed; }));
+}
+
+struct FakeProfiler {
+  static JVMPI_RawMonitor create(char* name) {
+    const std::lock_guard locked(poolMutex);
+    pool().push_back(std::make_unique<JVMPI_RawMonitorData>());
+    pool().back()->name = name;
+    return pool().back().get();
+  }
+  static void enter(JVMPI_RawMonitor monitor) {
+    std::unique_lock locked(monitor->mutex);
+    if (monitor->destroyed) fakeJvmFails("RawMonitorEnter", "the monitor was destroyed");
+    if (monitor->mine())
+      ++monitor->depth;
+    else
+      monitor->take(locked, 1);
+  }
+  static void exit(JVMPI_RawMonitor monitor) {
+    const std::lock_guard locked(monitor->mutex);
+    if (!monitor->mine()) fakeJvmFails("RawMonitorExit", "the caller does not hold the monitor");
+    if (--monitor->depth == 0) monitor->entrance.notify_one();
+  }
+  static void wait(JVMPI_RawMonitor monitor, jlong ms) {
+    std::unique_lock locked(monitor->mutex);
+    if (!monitor->mine()) fakeJvmFails("RawMonitorWait", "the caller does not hold the monitor");
+    const int levels = monitor->depth;
+    const unsigned before = monitor->notified;
+    monitor->depth = 0;
+    monitor->entrance.notify_one();
+    const auto told = [&] { return monitor->notified != before; };
+    if (ms == 0)
+      monitor->waiters.wait(locked, told);
+    else
+      monitor->waiters.wait_for(locked, std::chrono::milliseconds(ms), told);
+    monitor->take(locked, levels);
+  }
+  static void notifyAll(JVMPI_RawMonitor monitor) {
+    const std::lock_guard locked(monitor->mutex);
+    ++monitor->notified;
+    monitor->waiters.notify_all();
+  }
+  static void destroy(JVMPI_RawMonitor monitor) {
+    const std::lock_guard locked(poolMutex);
+    if (monitor->destroyed) fakeJvmFails("RawMonitorDestroy", "the monitor was destroyed before");
+    monitor->destroyed = true;
+  }
+
+  static jint change(jint event, void* arg, bool on) {
+    FakeJvm& jvm = FakeJvm::current();
+    const auto& hook = on ? jvm.onEnable : jvm.onDisable;
+    const jint answer = hook ? hook(event, arg) : JVMPI_SUCCESS;
+    const std::lock_guard locked(jvm.mutex_);
+    if (answer == JVMPI_SUCCESS) {
+      if (on)
+        jvm.enabled_.insert(event);
+      else
+        jvm.enabled_.erase(event);
+    }
+    return answer;
+  }
+  static jint enable(jint event, void* arg) { return change(event, arg, true); }
+  static jint disable(jint event, void* arg) { return change(event, arg, false); }
+  static jint request(jint event, void* arg) {
+    FakeJvm& jvm = FakeJvm::current();
+    {
+      const std::lock_guard locked(jvm.mutex_);
+      jvm.requests_.push_back(event);
+    }
+    return jvm.onRequest ? jvm.onRequest(event, arg) : JVMPI_NOT_AVAILABLE;
+  }
+
+  static void callTrace(JVMPI_CallTrace* trace, jint depth) {
+    FakeThread* thread = FakeJvm::current().threadOf(trace->env_id);
+    trace->num_frames = 0;
+    if (!thread) return;
+    for (const JVMPI_CallFrame& frame : thread->trace) {
+      if (trace->num_frames >= depth) return;
+      trace->frames[trace->num_frames++] = frame;
+    }
+  }
+  static jlong cpuTime() { return FakeJvm::current().cpuNanoseconds; }
+  static jint status(JNIEnv* env) {
+    FakeThread* thread = FakeJvm::current().threadOf(env);
+    return thread ? thread->status.load() : 0;
+  }
+  static jobjectID methodClass(jmethodID method) {
+    auto& classes = FakeJvm::current().methodClasses;
+    const auto found = classes.find(method);
+    return found == classes.end() ? nullptr : found->second;
+  }
+};
+
+JVMPI_Interface fakeProfilerTable() {
+  JVMPI_Interface table{};
+  table.version = JVMPI_VERSION_1_1;
+#define NOT_PROVIDED(slot) table.slot = NotProvided<#slot>::of(table.slot)
+  NOT_PROVIDED(ProfilerExit);
+  NOT_PROVIDED(SuspendThread);
+  NOT_PROVIDED(ResumeThread);
+  NOT_PROVIDED(ThreadHasRun);
+  NOT_PROVIDED(CreateSystemThread);
+  NOT_PROVIDED(SetThreadLocalStorage);
+  NOT_PROVIDED(GetThreadLocalStorage);
+  NOT_PROVIDED(DisableGC);
+  NOT_PROVIDED(EnableGC);
+  NOT_PROVIDED(RunGC);
+  NOT_PROVIDED(GetThreadObject);
+  NOT_PROVIDED(jobjectID2jobject);
+  NOT_PROVIDED(jobject2jobjectID);
+#undef NOT_PROVIDED
+  table.EnableEvent = FakeProfiler::enable;
+  table.DisableEvent = FakeProfiler::disable;
+  table.RequestEvent = FakeProfiler::request;
+  table.GetCallTrace = FakeProfiler::callTrace;
+  table.RawMonitorCreate = FakeProfiler::create;
+  table.RawMonitorEnter = FakeProfiler::enter;
+  table.RawMonitorExit = FakeProfiler::exit;
+  table.RawMonitorWait = FakeProfiler::wait;
+  table.RawMonitorNotifyAll = FakeProfiler::notifyAll;
+  table.RawMonitorDestroy = FakeProfiler::destroy;
+  table.GetCurrentThreadCpuTime = FakeProfiler::cpuTime;
+  table.GetThreadStatus = FakeProfiler::status;
+  table.GetMethodClass = FakeProfiler::methodClass;
+  return table;
+}
