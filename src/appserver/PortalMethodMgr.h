@@ -3,10 +3,10 @@
 #include <jni.h>
 
 #include <atomic>
-#include <shared_mutex>
 
 #include "base/InstanceSlot.h"
 #include "base/VelHashTable.h"
+#include "base/VelOsLock.h"
 #include "base/VeloraBase.h"
 #include "delivery/ConnectionListener.h"
 
@@ -27,5 +27,6 @@ class PortalMethodMgr : public virtual VeloraBase, public ConnectionListener {
   PortalMethodMgr();
 
   std::atomic<bool> active_{false};
-  VelHashTable<signed char, char*> table_;
+  VelOsLock registration_;  // one first name per id; taken before a bucket of table_
+  VelHashTable<signed char, const char*> table_;  // names for good
 };

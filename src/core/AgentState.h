@@ -22,7 +22,8 @@ class AgentState {
   static int probeLevel();
   static void setProbeLevel(int level);
 
-  // Begins and ends of nested requests make no event: lowest level and nested requests switched off.
+  // Begins and ends of nested requests make no event: lowest level and nested requests switched
+  // off.
   static bool suppressesNested();
 
   static const char* appServerVersion();  // "" until the Java side has told it; valid for good
@@ -45,7 +46,7 @@ class AgentState {
   static inline std::atomic<const char*> appServerVersion_{""};  // replaced, never freed
 };
 
-extern std::atomic<int> probe_level;            // 1 (least detail) to 3
+extern std::atomic<int> probe_level;             // 1 (least detail) to 3
 extern std::atomic<bool> disableNestedRequests;  // no events for requests inside requests
 extern std::atomic<int> ArvelisVersion;          // application-server version number
 extern std::atomic<int> vel_tracing_mode;        // kTracingClassic, kTracingNew, kTracingHybrid

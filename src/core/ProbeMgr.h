@@ -4,15 +4,14 @@
 
 #include "base/Identity.h"
 #include "base/InstanceSlot.h"
+#include "base/Published.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
 #include "core/AgentState.h"
 
-class VelJvmmi;
-
-// The life of the agent: who it is, the interfaces it holds, which events are on, and in which order
-// the managers come and go. Called from the load of the library and from the Java side's start-up
-// thread; what other threads ask is in AgentState and Identity.
+// The life of the agent: who it is, the interfaces it holds, which events are on, and in which
+// order the managers come and go. Called from the load of the library and from the Java side's
+// start-up thread; what other threads ask is in AgentState and Identity.
 class ProbeMgr : public virtual VeloraBase {
  public:
   static ProbeMgr* getInstance();
@@ -27,10 +26,12 @@ class ProbeMgr : public virtual VeloraBase {
   static void enableJVMInitDone();
 
   static bool csInitialize(JNIEnv* env);
+  // The custom service makes and ends the managers, the probe starts and stops them. All four on
+  // the Java side's start-up thread.
   static bool customServiceStart(JNIEnv* env);
   static void customServiceShutDown(JNIEnv* env);
   static void probeStart(JNIEnv* env);
-  static void probeStop(JNIEnv* env);
+  static void probeStop(JNIEnv* env);  // takes ten seconds and what the agents need to end
   void start();
   bool initProbe();
   void stop();
@@ -58,10 +59,12 @@ class ProbeMgr : public virtual VeloraBase {
  private:
   friend class InstanceSlot<ProbeMgr>;
   ProbeMgr();
+  static void settleIdentity();
 
   static inline std::atomic<bool> initInterface_{false};
   static inline std::atomic<bool> restartOnToFromL1_{false};
-  VelLock stopGrace_{false};  // waited on while the last events go out
+  static inline std::atomic<bool> running_{false};  // managers started and not stopped since
+  VelLock stopGrace_{false};                        // waited on while the last events go out
 };
 
 extern Published<JavaVM> jvm_ptr;

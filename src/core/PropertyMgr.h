@@ -21,7 +21,8 @@ class PropertyListener {
 // whatever is stored later.
 class PropertyMgr : public virtual VeloraBase {
  public:
-  static PropertyMgr* getInstance();  // the first call reads the file; velIdentity is filled by then
+  static PropertyMgr*
+  getInstance();  // the first call reads the file; velIdentity is filled by then
   static void destroy();
 
   void initialize();
@@ -59,7 +60,7 @@ class PropertyMgr : public virtual VeloraBase {
   friend class InstanceSlot<PropertyMgr>;
   PropertyMgr();
   bool loadProperties();
-  void readLines(int fd, const char* path);
+  bool readFile(int fd, const char* path);
 
   VelList<PropertyListener*> listeners_;
   VelHashTable<const char*, const char*> properties_;

@@ -10,8 +10,8 @@ extern char veloraextdirs[2000];
 // Fills the five texts above from velora_argv; the later argument wins. Each is cut to its room.
 void initCommandLineArgs();
 
-// "<home>/etc/<node>.<server>(<profile>).am.mod", of at most 1023 characters, in a new array of 1024
-// bytes that the caller deletes.
+// "<home>/etc/<node>.<server>(<profile>).am.mod", of at most 1023 characters, in a new array of
+// 1024 bytes that the caller deletes.
 char* getMODFileName();
 
 // The text after the first searchString: to the next double quote when it begins with one, else to

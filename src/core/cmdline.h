@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 // The arguments of the process itself: the JVM does not hand them to the agent.
 extern int velora_argc;
 extern char** velora_argv;  // kept for good; null when /proc/<pid>/cmdline could not be read
@@ -7,3 +9,4 @@ extern char** velora_argv;  // kept for good; null when /proc/<pid>/cmdline coul
 // Adds the number of arguments to resultArgc. Array and texts are never freed; the array ends with
 // null. At most 131072 bytes of the command line are seen.
 char** getCommandLineArgs(int& resultArgc);
+char** splitArguments(std::string_view commandLine, int& resultArgc);  // each ends with a NUL

@@ -24,5 +24,7 @@ class SamplingRates {
 
  private:
   static inline std::mutex lock_;
-  static inline Values values_;
+  static Values values_;  // under lock_
 };
+
+inline SamplingRates::Values SamplingRates::values_;

@@ -36,6 +36,6 @@ class VelJvmmi : public virtual VeloraBase {
   VelJvmmi();
   bool attach(JVMMI_Callback callback, jint event);
 
-  std::atomic<JVMMI_Interface*> jvmmi_{nullptr};     // version 0x10002
+  std::atomic<JVMMI_Interface*> jvmmi_{nullptr};      // version 0x10002
   std::atomic<JVMMI_Interface*> extension_{nullptr};  // version 0x10011
 };

@@ -23,16 +23,26 @@ void processHeapDump(char* begin, char* end);
 // The basic type of a field signature's first character, 0 for an unknown one.
 constexpr unsigned char getSignatureType(char first) {
   switch (first) {
-    case 'B': return JVMPI_BYTE;
-    case 'C': return JVMPI_CHAR;
-    case 'D': return JVMPI_DOUBLE;
-    case 'F': return JVMPI_FLOAT;
-    case 'I': return JVMPI_INT;
-    case 'J': return JVMPI_LONG;
+    case 'B':
+      return JVMPI_BYTE;
+    case 'C':
+      return JVMPI_CHAR;
+    case 'D':
+      return JVMPI_DOUBLE;
+    case 'F':
+      return JVMPI_FLOAT;
+    case 'I':
+      return JVMPI_INT;
+    case 'J':
+      return JVMPI_LONG;
     case 'L':
-    case '[': return JVMPI_CLASS;
-    case 'S': return JVMPI_SHORT;
-    case 'Z': return JVMPI_BOOLEAN;
-    default: return 0;
+    case '[':
+      return JVMPI_CLASS;
+    case 'S':
+      return JVMPI_SHORT;
+    case 'Z':
+      return JVMPI_BOOLEAN;
+    default:
+      return 0;
   }
 }

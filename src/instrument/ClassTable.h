@@ -7,7 +7,6 @@
 #include "base/Published.h"
 #include "base/VelOsLock.h"
 #include "base/types.h"
-#include "core/ClassFilter.h"
 #include "jvm/jvmpi.h"
 
 struct jclass_t;
@@ -19,6 +18,7 @@ struct jmethod_t {
   jmethodID method_id = nullptr;  // null once the class has been unloaded
   jclass_t* clazz = nullptr;      // not owned; null in a clone
   jmethod_t* next = nullptr;      // in its bucket
+  unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
   int type = -1;                  // -1: not set
 
   jmethod_t() = default;
@@ -87,7 +87,6 @@ void deleteMethodTable();
 // Neither finds the oldest class: the walk tests only nodes that have a successor.
 jclass_t* getClassForName(const char* name);
 jclass_t* getClassEntry(jobjectID class_id);
-jmethod_t* getMethodEntry(jmethodID method_id);
 void reapplyFilter();
 // Every class of the list, newest first, under the list's lock: the class stays while it is
 // visited.

@@ -11,5 +11,5 @@ void notifyClassLoadHookEvent(JVMPI_Event* event);
 bool classIsExcluded(const char* class_name);
 void handleJavaException(JNIEnv* env);
 
-extern jclass bcmBootstrapCls;           // a global reference, null until found
+extern jclass bcmBootstrapCls;  // a global reference, null until found
 extern jmethodID instrumentJNIMeth;

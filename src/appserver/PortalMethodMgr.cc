@@ -1,0 +1,45 @@
+#include "appserver/PortalMethodMgr.h"
+
+#include <memory>
+#include <mutex>
+
+#include "base/Trace.h"
+#include "base/Utils.h"
+#include "events/EventUtils.h"
+
+static constinit InstanceSlot<PortalMethodMgr> slot;
+
+PortalMethodMgr* PortalMethodMgr::getInstance() {
+  VEL_TRACE();
+  return slot.getOrCreate();
+}
+
+PortalMethodMgr::PortalMethodMgr() : VeloraBase("PortalMethodMgr"), table_(15, true, false) {
+  VEL_TRACE();
+}
+
+void PortalMethodMgr::putMethod(jbyte key, const char* val) {
+  VEL_TRACE();
+  active_.store(true, std::memory_order_release);
+  if (key == 0 || !val) return;
+  const LockScope registering(registration_);
+  if (table_.contains(key)) return;
+  table_.put(key, Utils::cstrdup(val));
+}
+
+// Over a snapshot of the ids: application threads may register more meanwhile, which the next
+// connection gets.
+void PortalMethodMgr::pushMethodsToPS(JNIEnv* env) {
+  VEL_TRACE();
+  if (!isActive()) return;
+  const std::unique_ptr<signed char[]> keys(table_.getKeys());
+  for (const signed char* key = keys.get(); *key; ++key)
+    if (const char* name = table_.get(*key))
+      EventUtils::appendPortalMethodConstantEvent(env, key, name);
+}
+
+// The names stay allocated: events in flight borrow them. There are at most 255 of them.
+void PortalMethodMgr::clear() {
+  VEL_TRACE();
+  table_.clear();
+}

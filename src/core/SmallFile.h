@@ -1,0 +1,35 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <utility>
+
+// The few files that the agent reads and writes while the JVM starts: never one that blocks.
+class UniqueFd {
+ public:
+  explicit UniqueFd(int fd = -1) : fd_(fd) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  ~UniqueFd() {
+    if (fd_ >= 0) close(fd_);
+  }
+  int get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+
+ private:
+  int fd_;
+};
+
+// A regular file for reading; nothing for a directory, a FIFO or any other thing that only has a
+// file's name. Never waits for anybody.
+UniqueFd openRegularFile(const char* path);
+
+// Reads until the room is full or the file ends; the number of bytes.
+std::size_t readUpTo(int fd, char* buffer, std::size_t room);
+
+// Makes a new regular file, or empties the one that is there, with this text. False: not written.
+bool writeRegularFile(const char* path, const char* text, std::size_t length);

@@ -1,0 +1,269 @@
+#include <cstring>
+#include <memory>
+
+#include "base/Trace.h"
+#include "base/Utils.h"
+#include "base/platform.h"
+#include "core/ClassFilter.h"
+#include "instrument/ClassTable.h"
+#include "instrument/LockIfMade.h"
+
+std::atomic<int> CLASSULOAD_CLEANUP{150};
+std::atomic<int> methodHashWaitInterval{5000};
+std::atomic<bool> useMethodLocks{false};
+Published<VelOsLock> ClassSequenceLock;
+
+static_assert(sizeof(CLASSULOAD_CLEANUP) == sizeof(int), "readers see plain words");
+static_assert(sizeof(useMethodLocks) == sizeof(bool));
+
+static Published<jclass_t> class_hash;  // the sentinel; the classes follow, newest first
+static Published<VelOsLock> class_list_lock;
+static Published<VelOsLock> unLoadLock_;  // taken before class_list_lock
+static std::atomic<bool> isCleanupInProgress_{false};
+static int cleanupCounter = 0;  // under unLoadLock_
+static std::atomic<ULONG> ClassSequenceID{0};
+
+jclass_t::jclass_t(const JVMPI_Event* event)
+    : class_id(event->u.class_load.class_id),
+      class_name(Utils::cstrdup(event->u.class_load.class_name)),
+      num_methods(event->u.class_load.methods && event->u.class_load.num_methods > 0
+                      ? event->u.class_load.num_methods
+                      : 0) {
+  VEL_TRACE();
+  translateSeparator(class_name.get());
+  sequenceID = getNextClassSequence();
+  is_filtered = isClassFiltered(class_name.get());
+  methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(num_methods));
+  for (int i = 0; i < num_methods; ++i) {
+    const JVMPI_Method& method = event->u.class_load.methods[i];
+    methods[static_cast<std::size_t>(i)].initialize(method.method_name, method.method_signature,
+                                                    method.method_id, this);
+  }
+}
+
+jclass_t::~jclass_t() {
+  VEL_TRACE();
+  if (registered) unregister();
+}
+
+jclass_t* jclass_t::clone() const {
+  VEL_TRACE();
+  auto copy = std::make_unique<jclass_t>();
+  copy->class_id = class_id;
+  copy->class_name.reset(Utils::cstrdup(class_name.get()));
+  copy->sequenceID = sequenceID;
+  copy->delete_flag = 1;
+  copy->is_filtered = is_filtered;
+  copy->type = type.load();
+  copy->methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(num_methods));
+  copy->num_methods = num_methods;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(num_methods); ++i) {
+    methods[i].copyTo(copy->methods[i]);
+    copy->methods[i].clazz = copy.get();
+  }
+  return copy.release();
+}
+
+void jclass_t::doRegister() {
+  VEL_TRACE();
+  for (int i = 0; i < num_methods; ++i) methods[static_cast<std::size_t>(i)].addToMethodTable();
+  addToClassTable();
+  registered = true;
+}
+
+void jclass_t::unRegisterMethods() {
+  VEL_TRACE();
+  for (int i = 0; i < num_methods; ++i)
+    methods[static_cast<std::size_t>(i)].removeFromMethodTable();
+  registered = false;
+}
+
+void jclass_t::unregister() {
+  VEL_TRACE();
+  unRegisterMethods();
+  removeFromClassTable();
+}
+
+void jclass_t::addToClassTable() {
+  VEL_TRACE();
+  LockIfMade locked(class_list_lock);
+  jclass_t* head = class_hash;
+  if (!head) return;
+  next = head->next;
+  head->next = this;
+}
+
+void jclass_t::removeFromClassTable() {
+  VEL_TRACE();
+  LockIfMade locked(class_list_lock);
+  for (jclass_t* node = class_hash; node; node = node->next) {
+    if (node->next != this) continue;
+    node->next = next;
+    class_id = nullptr;
+    return;
+  }
+}
+
+void jclass_t::markDirty() {
+  VEL_TRACE();
+  LockIfMade locked(class_list_lock);
+  class_id = nullptr;
+  for (int i = 0; i < num_methods; ++i) methods[static_cast<std::size_t>(i)].method_id = nullptr;
+}
+
+void jclass_t::initialize() {
+  VEL_TRACE();
+  if (!unLoadLock_) unLoadLock_ = new VelOsLock;
+}
+
+void jclass_t::destroy() {
+  VEL_TRACE();
+  delete unLoadLock_.get();
+  unLoadLock_ = nullptr;
+}
+
+static void deleteDirtyClasses() {
+  LockIfMade locked(class_list_lock);
+  traceMax("cleaning up table");
+  for (jclass_t* node = class_hash; node && node->next;) {
+    jclass_t* candidate = node->next;
+    if (candidate->class_id) {
+      node = candidate;
+      continue;
+    }
+    node->next = candidate->next;
+    candidate->unRegisterMethods();
+    delete candidate;
+  }
+  traceMax("cleaning up table done");
+}
+
+void jclass_t::cleanupDirtyClasses() {
+  VEL_TRACE();
+  if (CLASSULOAD_CLEANUP == -1) return;
+  LockIfMade cleaning(unLoadLock_);
+  traceMax("cleanupCounter %d", cleanupCounter);
+  if (++cleanupCounter < CLASSULOAD_CLEANUP) return;
+  useMethodLocks = true;
+  isCleanupInProgress_ = true;
+  thread_sleep(methodHashWaitInterval);  // method events in flight finish meanwhile
+  deleteDirtyClasses();
+  cleanupCounter = 0;
+  isCleanupInProgress_ = false;
+  useMethodLocks = false;
+}
+
+static void makeLock(Published<VelOsLock>& lock) {
+  if (!lock) lock = new VelOsLock;
+}
+static void endLock(Published<VelOsLock>& lock) {
+  VelOsLock* old = lock;
+  lock = nullptr;
+  delete old;
+}
+
+void initClassTableLock() {
+  VEL_TRACE();
+  makeLock(class_list_lock);
+}
+void endClassTableLock() {
+  VEL_TRACE();
+  endLock(class_list_lock);
+}
+void initClassSequenceLock() {
+  VEL_TRACE();
+  makeLock(ClassSequenceLock);
+}
+void endClassSequenceLock() {
+  VEL_TRACE();
+  endLock(ClassSequenceLock);
+}
+
+void createClassTable() {
+  VEL_TRACE();
+  if (!class_hash) class_hash = new jclass_t;
+}
+
+void deleteClassTable() {
+  VEL_TRACE();
+  jclass_t* node;
+  {
+    LockIfMade locked(class_list_lock);
+    node = class_hash;
+    class_hash = nullptr;
+  }
+  while (node) {
+    jclass_t* following = node->next;
+    if (node->registered) node->unRegisterMethods();
+    delete node;
+    node = following;
+  }
+}
+
+// Nodes without a successor are not tested, so the oldest class is never found.
+template <class Matches>
+static jclass_t* findClass(Matches matches) {
+  LockIfMade locked(class_list_lock);
+  for (jclass_t* node = class_hash; node && node->next; node = node->next)
+    if (matches(*node)) return node;
+  return nullptr;
+}
+
+jclass_t* getClassForName(const char* name) {
+  VEL_TRACE();
+  if (!name) return nullptr;
+  return findClass([name](const jclass_t& node) {
+    return node.class_name && std::strcmp(node.class_name.get(), name) == 0;
+  });
+}
+
+jclass_t* getClassEntry(jobjectID class_id) {
+  VEL_TRACE();
+  if (!class_id) return nullptr;
+  return findClass([class_id](const jclass_t& node) { return node.class_id == class_id; });
+}
+
+void reapplyFilter() {
+  VEL_TRACE();
+  LockIfMade locked(class_list_lock);
+  jclass_t* head = class_hash;
+  for (jclass_t* node = head ? head->next : nullptr; node; node = node->next)
+    node->is_filtered = isClassFiltered(node->class_name.get());
+}
+
+void forEachClass(const std::function<void(const jclass_t&)>& visit) {
+  VEL_TRACE();
+  LockIfMade locked(class_list_lock);
+  jclass_t* head = class_hash;
+  for (const jclass_t* node = head ? head->next : nullptr; node; node = node->next) visit(*node);
+}
+
+void resetClassSequence() {
+  VEL_TRACE();
+  LockIfMade locked(ClassSequenceLock);
+  ClassSequenceID = 0;
+}
+ULONG getNextClassSequence() {
+  VEL_TRACE();
+  LockIfMade locked(ClassSequenceLock);
+  return ++ClassSequenceID;
+}
+ULONG getCurrentClassSequence() {
+  VEL_TRACE();
+  LockIfMade locked(ClassSequenceLock);
+  return ClassSequenceID;
+}
+
+// The first name decides for the whole process; it never changes afterwards.
+void translateSeparator(char* name) {
+  VEL_TRACE();
+  static std::atomic<char> separator{'\0'};
+  if (!name) return;
+  if (separator == '\0') {
+    char undecided = '\0';
+    separator.compare_exchange_strong(undecided, std::strchr(name, '.') ? '.' : '/');
+  }
+  if (separator == '/') return;
+  for (char* c = name; *c; ++c)
+    if (*c == '.') *c = '/';
+}

@@ -1,0 +1,93 @@
+#include <cstdint>
+#include <memory>
+
+#include "base/Trace.h"
+#include "base/Utils.h"
+#include "instrument/ClassTable.h"
+#include "instrument/LockIfMade.h"
+
+constexpr unsigned kMethodLocks = 67;
+
+int method_hash_size = 55511;
+// The buckets' sentinels; a method hangs behind that of its id.
+static std::unique_ptr<jmethod_t[]>& methodHash() {
+  static auto* const table = new std::unique_ptr<jmethod_t[]>;
+  return *table;
+}
+static Published<VelOsLock> methodTableLocks;  // kMethodLocks of them
+
+jmethod_t::jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner) {
+  VEL_TRACE();
+  initialize(name, signature, id, owner);
+}
+
+void jmethod_t::initialize(const char* name, const char* signature, jmethodID id, jclass_t* owner) {
+  VEL_TRACE();
+  method_name.reset(Utils::cstrdup(name));
+  method_signature.reset(Utils::cstrdup(signature));
+  method_id = id;
+  clazz = owner;
+}
+
+void jmethod_t::copyTo(jmethod_t& target) const {
+  target.initialize(method_name.get(), method_signature.get(), method_id, nullptr);
+}
+
+jmethod_t* jmethod_t::clone() const {
+  VEL_TRACE();
+  return new jmethod_t(method_name.get(), method_signature.get(), method_id, nullptr);
+}
+
+static unsigned lowHalf(jmethodID id) {
+  return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(id));
+}
+
+static VelOsLock* lockOfBucket(unsigned bucket) {
+  VelOsLock* locks = methodTableLocks;
+  return locks ? locks + bucket % kMethodLocks : nullptr;
+}
+
+unsigned getMethHashIndex(unsigned method_id) {
+  VEL_TRACE();
+  return (method_id >> 3) % static_cast<unsigned>(method_hash_size);
+}
+
+void jmethod_t::addToMethodTable() {
+  VEL_TRACE();
+  if (!methodHash()) return;
+  bucket = getMethHashIndex(lowHalf(method_id));
+  LockIfMade locked(lockOfBucket(bucket));
+  jmethod_t& head = methodHash()[bucket];
+  next = head.next;
+  head.next = this;
+}
+
+void jmethod_t::removeFromMethodTable() {
+  VEL_TRACE();
+  if (!methodHash()) return;
+  LockIfMade locked(lockOfBucket(bucket));
+  for (jmethod_t* node = &methodHash()[bucket]; node; node = node->next) {
+    if (node->next != this) continue;
+    node->next = next;
+    next = nullptr;
+    return;
+  }
+}
+
+void initMethodTableLock() {
+  VEL_TRACE();
+  if (!methodTableLocks) methodTableLocks = new VelOsLock[kMethodLocks];
+}
+
+void createMethodTable() {
+  VEL_TRACE();
+  if (methodHash()) return;
+  if (method_hash_size <= 0) method_hash_size = 55511;
+  traceMax("Method table hash size %d", method_hash_size);
+  methodHash() = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(method_hash_size));
+}
+
+void deleteMethodTable() {
+  VEL_TRACE();
+  methodHash().reset();
+}
