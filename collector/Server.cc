@@ -31,7 +31,7 @@ using Address = std::unique_ptr<addrinfo, FreeAddress>;
 
 static Address resolve(const std::string& text, std::string& error) {
   const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos) {
+  if (colon == std::string::npos || colon + 1 == text.size()) {
     error = "HOST:PORT expected";
     return nullptr;
   }

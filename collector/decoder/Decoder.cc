@@ -20,6 +20,17 @@ static const Layout* eventLayoutOf(std::uint8_t id) {
   return layout && layout->place == Place::event ? layout : nullptr;
 }
 
+static std::uint64_t packetCount(Bytes header) {
+  std::uint64_t count = 0;
+  for (std::uint8_t byte : header.subspan(1, 4)) count = count << 8 | byte;
+  return count;
+}
+
+static bool isPlausible(std::uint64_t count) {
+  const Field& field = layoutOf(kHeaderId)->fields[0];
+  return field.low <= count && count <= field.high;
+}
+
 void Decoder::feed(Bytes chunk) {
   const bool fromPending = !pending_.empty();
   if (fromPending) pending_.insert(pending_.end(), chunk.begin(), chunk.end());
@@ -185,19 +196,19 @@ void Decoder::found(State state) {
 
 Decoder::Verdict Decoder::candidate(std::size_t position) {
   const Bytes bytes = rest().subspan(position);
-  if (bytes[0] == kHeaderId) return anchorAt(bytes);
   const bool behindTrailer = position >= kTrailerSize && rest()[position - 1] == kTrailerByte &&
                              rest()[position - 2] == kTrailerByte;
+  if (bytes[0] == kHeaderId) return anchorAt(bytes, behindTrailer);
   return behindTrailer ? eventAt(bytes) : Verdict::no;
 }
 
-Decoder::Verdict Decoder::anchorAt(Bytes bytes) const {
+// A header that does not stand behind a trailer is not believed: a CPU time of 0, a probe level and
+// a trailer look just like one. Passing over a real one costs no record, as its own trailer leads
+// to the first.
+Decoder::Verdict Decoder::anchorAt(Bytes bytes, bool behindTrailer) {
   if (bytes.size() < kOpeningSize) return Verdict::wait;
   if (opensInit(bytes)) return Verdict::yes;
-  const Field& count = layoutOf(kHeaderId)->fields[0];
-  const std::uint64_t records = std::uint64_t{bytes[1]} << 24 | std::uint64_t{bytes[2]} << 16 |
-                                std::uint64_t{bytes[3]} << 8 | bytes[4];
-  if (!opensPacket(bytes) || records < count.low || records > count.high) return Verdict::no;
+  if (!behindTrailer || !opensPacket(bytes) || !isPlausible(packetCount(bytes))) return Verdict::no;
   if (bytes.size() == kOpeningSize) return Verdict::wait;
   return eventLayoutOf(bytes[kOpeningSize]) ? Verdict::yes : Verdict::no;
 }

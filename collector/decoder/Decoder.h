@@ -53,7 +53,7 @@ class Decoder {
   bool seek();
   void found(State state);
   Verdict candidate(std::size_t position);
-  Verdict anchorAt(Bytes bytes) const;
+  static Verdict anchorAt(Bytes bytes, bool behindTrailer);
   Verdict eventAt(Bytes bytes);
   void keepLeftovers(bool fromPending);
 

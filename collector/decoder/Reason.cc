@@ -12,6 +12,7 @@ static constexpr const char* kTexts[] = {
     "init record inside a packet",
     "packet ended early",
     "wrong value",
+    "zero byte in a text",
     "list too long",
     "record too large",
     "missing trailer",

@@ -14,13 +14,14 @@ enum class Reason : std::uint8_t {
   initInsidePacket,
   packetEndedEarly,
   wrongValue,
+  zeroInText,
   listTooLong,
   recordTooLarge,
   missingTrailer,
   endInsideRecord,
   endInsidePacket,
 };
-inline constexpr std::size_t kReasonCount = 12;
+inline constexpr std::size_t kReasonCount = 13;
 
 const char* textOf(Reason reason);
 

@@ -74,6 +74,13 @@ RecordWalk::Outcome RecordWalk::walkField(Bytes bytes) {
   const bool carriesBytes = field.kind == FieldKind::text || field.kind == FieldKind::bytes;
   const std::size_t size = width + (carriesBytes ? number : 0);
   if (const Outcome outcome = require(bytes, size); outcome != Outcome::done) return outcome;
+  if (field.kind == FieldKind::text) {
+    const Bytes text = bytes.subspan(pos_ + width, number);
+    if (const auto zero = std::ranges::find(text, 0); zero != text.end()) {
+      pos_ += width + static_cast<std::size_t>(zero - text.begin());
+      return fail(Reason::zeroInText);
+    }
+  }
   values_.push_back(
       {&field, signExtended(field.kind, number), static_cast<std::uint32_t>(pos_ + width)});
   pos_ += size;

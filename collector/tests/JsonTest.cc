@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Intake.h"
+#include "JsonRecords.h"
+#include "Support.h"
+
+namespace collector {
+
+using Json = nlohmann::json;
+
+TEST(JsonRecords, IsoTime) {
+  EXPECT_EQ(isoTime(0, 0), "1970-01-01T00:00:00.000000Z");
+  EXPECT_EQ(isoTime(1764029088, 250000), "2025-11-25T00:04:48.250000Z");
+  EXPECT_EQ(isoTime(0xFFFFFFFF, 999999), "2106-02-07T06:28:15.999999Z");
+  EXPECT_EQ(isoTime(59, 1'000'001), "1970-01-01T00:01:00.000001Z") << "carried";
+}
+
+class Lines final : public Consumer {
+ public:
+  void onRecord(ConnectionId connection, const Record& record) override {
+    const JsonLine json = jsonOf(connection, record);
+    lines.push_back(json.line);
+    replaced += json.replaced;
+  }
+  void onMalformed(ConnectionId connection, const Malformed& malformed) override {
+    lines.push_back(jsonOf(connection, malformed));
+  }
+  void onSkipped(ConnectionId connection, const Skipped& skipped) override {
+    lines.push_back(jsonOf(connection, skipped));
+  }
+  std::vector<std::string> lines;
+  std::size_t replaced = 0;
+};
+
+static Lines linesOf(const ByteString& stream) {
+  Lines lines;
+  Intake intake({&lines});
+  intake.opened(7);
+  intake.bytes(7, stream);
+  intake.end();
+  return lines;
+}
+
+TEST(JsonRecords, SayWhereARecordStood) {
+  const Lines lines = linesOf(packet({exampleOf("SQL_END")}) + bytes("FF"));
+  ASSERT_EQ(lines.lines.size(), 4U);
+  EXPECT_EQ(lines.lines[1],
+            R"({"record":"SQL_END","conn":7,"id":10,"packet":1,"offset":7,)"
+            R"("time":"2025-11-25T00:04:48.262500Z","thread":2051746832,"depth":2,)"
+            R"("timeSec":1764029088,"timeUSec":262500,"cpuTime":7000000,"probeLevel":2})");
+  EXPECT_EQ(lines.lines[2], R"({"record":"MALFORMED","conn":7,"offset":32,"recordOffset":32,)"
+                            R"("reason":"unknown record id"})");
+  EXPECT_EQ(lines.lines[3], R"({"record":"RESYNCHRONISED","conn":7,"offset":33,"skipped":1})");
+}
+
+TEST(JsonRecords, KeepSigns) {
+  const Lines lines = linesOf(packet({bytes("2E FFFFFFFE FFFFFFFFFFFFFFFD 7F7F")}));
+  const Json json = Json::parse(lines.lines[1]);
+  EXPECT_EQ(json["count"], -2);
+  EXPECT_EQ(json["avgTimeTaken"], -3);
+}
+
+TEST(JsonRecords, AreValidWhateverTheTextsHold) {
+  std::vector<ByteString> records;
+  for (int byte = 1; byte < 256; ++byte) {
+    const auto b = static_cast<std::uint8_t>(byte);
+    records.push_back(bytes("2C 0004") + ByteString{b, '"', b, '\\'} + bytes("7F7F"));
+  }
+  const Lines lines = linesOf(packet(records));
+  ASSERT_EQ(lines.lines.size(), 256U);
+  for (const std::string& line : lines.lines) {
+    EXPECT_TRUE(Json::accept(line)) << line;
+    EXPECT_EQ(line.find('\n'), std::string::npos);
+  }
+  EXPECT_EQ(lines.replaced, 2U * 128) << "no byte from 80 on is a text by itself";
+}
+
+TEST(JsonRecords, EmptyListsAreThere) {
+  const Lines lines = linesOf(packet({bytes("0C 00000029 55AA0010 00000000 7F7F")}));
+  EXPECT_EQ(Json::parse(lines.lines[1])["methods"], Json::array());
+}
+
+}  // namespace collector
