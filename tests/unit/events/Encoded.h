@@ -1,0 +1,78 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "events/Events.h"
+#include "events/ProtocolVisitor.h"
+
+// Records as byte strings, and what the protocol's page says they are.
+
+inline std::string bytes(std::string_view hex) {
+  std::string digits, result;
+  for (const char c : hex)
+    if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+    result += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  return result;
+}
+
+inline std::string hex(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : text) {
+    result += kDigits[static_cast<unsigned char>(c) >> 4];
+    result += kDigits[c & 0xF];
+  }
+  return result;
+}
+
+inline OwnedText text(std::string_view from) {
+  auto copy = std::make_unique<char[]>(from.size() + 1);
+  std::memcpy(copy.get(), from.data(), from.size());
+  return copy;
+}
+
+// What write(char** cursor) writes. The room is filled with a byte that no record field has here.
+template <class Write>
+std::string written(Write write, std::size_t room = 400'000) {
+  std::vector<char> buffer(room, '\xEE');
+  char* cursor = buffer.data();
+  write(&cursor);
+  return {buffer.data(), static_cast<std::size_t>(cursor - buffer.data())};
+}
+
+inline std::string encoded(Event& e) {
+  return written([&](char** cursor) { EXPECT_EQ(e.addToBuffer(cursor), 1); });
+}
+
+// The examples of docs/PROTOCOL.md by their record names: hexadecimal lines, then one of JSON.
+inline std::map<std::string, std::string> documentedRecords() {
+  std::ifstream page(VELORA_PROTOCOL_PAGE);
+  std::map<std::string, std::string> records;
+  std::string digits;
+  bool inBlock = false;
+  for (std::string line; std::getline(page, line);) {
+    if (line.starts_with("```")) {
+      inBlock = line == "```record";
+      digits.clear();
+    } else if (inBlock && line.starts_with('{')) {
+      std::smatch name;
+      if (std::regex_search(line, name, std::regex("\"record\": \"(\\w+)\"")))
+        records[name[1]] = bytes(digits);
+      digits.clear();
+    } else if (inBlock) {
+      digits += line;
+    }
+  }
+  return records;
+}
