@@ -1,0 +1,114 @@
+#include "instrument/ClassTable.h"
+
+#include <gtest/gtest.h>
+
+#include "core/ClassFilter.h"
+
+// Class loads of a fresh process: its tables exist, nothing is registered.
+class ClassTable : public testing::Test {
+ protected:
+  void SetUp() override {
+    initMethodTableLock();
+    initClassTableLock();
+    initClassSequenceLock();
+    jclass_t::initialize();
+    createMethodTable();
+    createClassTable();
+    resetClassSequence();
+    CLASSULOAD_CLEANUP = 150;
+    methodHashWaitInterval = 0;
+  }
+  void TearDown() override {
+    deleteClassTable();
+    deleteMethodTable();
+    jclass_t::destroy();
+  }
+  static jobjectID id(std::uintptr_t number) { return reinterpret_cast<jobjectID>(number); }
+  static jclass_t* load(const char* name, std::uintptr_t classId, jint methods = 1) {
+    JVMPI_Event event{};
+    JVMPI_Method method{const_cast<char*>("m"), const_cast<char*>("()V"), 1, 2,
+                        reinterpret_cast<jmethodID>(0x10008)};
+    event.u.class_load.class_name = name;
+    event.u.class_load.class_id = id(classId);
+    event.u.class_load.num_methods = methods;
+    event.u.class_load.methods = &method;
+    auto* loaded = new jclass_t(&event);
+    loaded->doRegister();
+    return loaded;
+  }
+  static int count() {
+    int classes = 0;
+    forEachClass([&](const jclass_t&) { ++classes; });
+    return classes;
+  }
+};
+
+TEST_F(ClassTable, OldestClassIsNeverFound) {
+  load("a.First", 1);
+  EXPECT_EQ(getClassForName("a/First"), nullptr);
+  EXPECT_EQ(getClassEntry(id(1)), nullptr);
+  jclass_t* second = load("a.Second", 2);
+  EXPECT_EQ(getClassForName("a/Second"), second);
+  EXPECT_EQ(getClassEntry(id(2)), second);
+  EXPECT_EQ(getClassEntry(id(1)), nullptr);
+  EXPECT_EQ(getClassEntry(nullptr), nullptr);
+  EXPECT_EQ(getClassForName(nullptr), nullptr);
+  EXPECT_EQ(second->sequenceID, 2u);
+  EXPECT_EQ(getCurrentClassSequence(), 2u);
+}
+
+TEST_F(ClassTable, ClonesOutliveTheirClass) {
+  load("a.First", 1);
+  jclass_t* second = load("a.Second", 2);
+  const std::unique_ptr<jclass_t> copy(second->clone());
+  second->unregister();
+  EXPECT_EQ(second->class_id, nullptr);
+  EXPECT_FALSE(second->registered);
+  delete second;
+  EXPECT_EQ(count(), 1);
+  EXPECT_STREQ(copy->class_name.get(), "a/Second");
+  EXPECT_EQ(copy->class_id, id(2));
+  EXPECT_EQ(copy->delete_flag, 1);
+  EXPECT_FALSE(copy->registered);
+  ASSERT_EQ(copy->num_methods, 1);
+  EXPECT_STREQ(copy->methods[0].method_name.get(), "m");
+  EXPECT_EQ(copy->methods[0].clazz, copy.get());
+}
+
+TEST_F(ClassTable, DirtyClassesGoInBatches) {
+  CLASSULOAD_CLEANUP = 3;
+  for (std::uintptr_t i = 1; i <= 4; ++i) load("a.C", i)->markDirty();
+  load("a.Living", 9);
+  jclass_t::cleanupDirtyClasses();
+  jclass_t::cleanupDirtyClasses();
+  EXPECT_EQ(count(), 5);
+  jclass_t::cleanupDirtyClasses();
+  EXPECT_EQ(count(), 1) << "the third call cleans up, the oldest class included";
+  EXPECT_FALSE(useMethodLocks);
+  load("a.C", 5)->markDirty();
+  CLASSULOAD_CLEANUP = -1;
+  for (int i = 0; i < 5; ++i) jclass_t::cleanupDirtyClasses();
+  EXPECT_EQ(count(), 2);
+}
+
+TEST_F(ClassTable, EventsWithoutMethods) {
+  EXPECT_EQ(load("a.Negative", 1, -1)->num_methods, 0);
+  EXPECT_EQ(load("a.None", 2, 0)->num_methods, 0);
+}
+
+TEST_F(ClassTable, FilterIsAppliedAgain) {
+  jclass_t* oldest = load("x.Y", 1);
+  EXPECT_EQ(oldest->is_filtered, 0);
+  setClassFilterLists(nullptr,
+                      std::make_unique<TextArray>(std::vector<const char*>{"x/*"}));
+  reapplyFilter();
+  EXPECT_EQ(oldest->is_filtered, 1);
+  setClassFilterLists(nullptr, nullptr);
+}
+
+TEST(MethodTable, Bucket) {
+  const int before = method_hash_size;
+  method_hash_size = 1000;
+  EXPECT_EQ(getMethHashIndex(0x00010008), 193u);
+  method_hash_size = before;
+}

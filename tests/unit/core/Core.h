@@ -1,0 +1,58 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/Identity.h"
+#include "base/Toolkit.h"
+#include "base/Trace.h"
+#include "core/AgentState.h"
+#include "core/PropertyMgr.h"
+
+// What the agent tells its operators while this lives: "1080 2" is message 1080 with argument 2.
+// Traces at detail 3000 likewise, by their text.
+class Recorder {
+ public:
+  Recorder();
+  ~Recorder();
+  std::vector<std::string> messages();
+  std::vector<std::string> traces();
+  bool said(const std::string& message);
+  bool traced(const std::string& text);
+  void clear();
+};
+
+// An agent home in a directory of its own, node "n1", server "s1", no profile.
+class Home {
+ public:
+  Home();
+  ~Home();
+  std::string path(const std::string& relative) const { return root_ + "/" + relative; }
+  void write(const std::string& relative, const std::string& text) const {
+    std::ofstream(path(relative), std::ios::binary) << text;
+  }
+  std::string read(const std::string& relative) const;
+  const std::string& root() const { return root_; }
+
+ private:
+  std::string root_;
+};
+
+// The settings of a fresh process with this text as its settings file.
+PropertyMgr& settings(const Home& home, const std::string& text = "");
+
+// An environment variable for the length of a block.
+class Environment {
+ public:
+  Environment(const char* name, const char* value) : name_(name) { setenv(name, value, 1); }
+  ~Environment() { unsetenv(name_); }
+
+ private:
+  const char* name_;
+};
