@@ -68,29 +68,28 @@ struct HeapSizes {
 class HeapMeter {
  public:
   explicit HeapMeter(JNIEnv* env) : env_(env) {
-    const ExceptionFence fence(env);
+    ExceptionFence fence(env);
     const Local klass(env, env->FindClass("java/lang/Runtime"));
     if (!klass) return;
     const jmethodID get =
         env->GetStaticMethodID(klass.get(), "getRuntime", "()Ljava/lang/Runtime;");
     if (!get) return;
     const Local runtime(env, env->CallStaticObjectMethod(klass.get(), get));
-    if (!runtime) return;
-    total_ = env->GetMethodID(klass.get(), "totalMemory", "()J");
-    free_ = env->GetMethodID(klass.get(), "freeMemory", "()J");
+    if (fence.check() || !runtime) return;
     runtime_ = env->NewGlobalRef(runtime.get());
+    total_ = env->GetMethodID(klass.get(), "totalMemory", "()J");
+    free_ = total_ ? env->GetMethodID(klass.get(), "freeMemory", "()J") : nullptr;
   }
 
   // The JVM has no call for both figures of one moment. Between two equal totals the free size
   // belongs to that total.
   HeapSizes read() const {
-    if (!runtime_ || !total_ || !free_) return {};
-    const ExceptionFence fence(env_);
-    jlong total = env_->CallLongMethod(runtime_, total_);
+    if (!total_ || !free_) return {};
+    jlong total = ask(total_);
     jlong available = 0;
     for (int attempt = 0; attempt < 5; ++attempt) {
-      available = env_->CallLongMethod(runtime_, free_);
-      const jlong again = env_->CallLongMethod(runtime_, total_);
+      available = ask(free_);
+      const jlong again = ask(total_);
       if (again == total) break;
       total = again;
     }
@@ -98,6 +97,13 @@ class HeapMeter {
   }
 
  private:
+  jlong ask(jmethodID method) const {
+    const jlong answer = env_->CallLongMethod(runtime_, method);
+    if (!env_->ExceptionCheck()) return answer;
+    env_->ExceptionClear();
+    return 0;
+  }
+
   JNIEnv* env_;
   jobject runtime_ = nullptr;
   jmethodID total_ = nullptr, free_ = nullptr;

@@ -1,5 +1,7 @@
 #include "Events.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <array>
 #include <exception>
@@ -44,6 +46,7 @@ constexpr jint kLastJvmmiEvent = JVMMI_EVENT_GC_STOP;
 
 static std::array<std::atomic<bool>, JVMPI_MAX_EVENT_TYPE_VAL + 1> enabled;
 static std::atomic<bool> stopped{false};
+static std::atomic<int> inFlight{0};  // handlers that run
 
 static std::mutex registrationLock;  // never held over a call
 static Registration registrations[kLastJvmmiEvent + 1];
@@ -125,20 +128,53 @@ static void guarded(Call call) {
   }
 }
 
-bool deliver(JVMPI_Event& event) {
-  if (stopped || jvm.is(Phase::dead)) return false;
+// Counted before the look at the flag, so that after the flag is up the count misses nobody.
+class Delivery {
+ public:
+  Delivery() : admitted_((++inFlight, !stopped)) {}
+  Delivery(const Delivery&) = delete;
+  Delivery& operator=(const Delivery&) = delete;
+  ~Delivery() { --inFlight; }
+  explicit operator bool() const { return admitted_; }
+
+ private:
+  bool admitted_;
+};
+
+static bool notifyAgent(JVMPI_Event& event) {
   const auto notify = std::atomic_ref(jvmpiTable()->NotifyEvent).load(std::memory_order_acquire);
   if (!notify) return false;
   guarded([&] { notify(&event); });
   return true;
 }
 
+bool deliver(JVMPI_Event& event) {
+  const Delivery delivery;
+  return delivery && notifyAgent(event);
+}
+
 void deliverJvmmi(JVMMI_Event& event) {
-  if (stopped || jvm.is(Phase::dead)) return;
+  const Delivery delivery;
+  if (!delivery) return;
   const Registration r = registrationOf(event.event);
   if (!r.callback) return;
   JNIEnv* env = currentEnv();
   guarded([&] { r.callback(env, &event, r.userData, threadIdOf(event.env_id)); });
+}
+
+void deliverShutDown(JNIEnv* env) {
+  const bool wanted = isEnabled(JVMPI_EVENT_JVM_SHUT_DOWN);
+  stopped = true;
+  // At most 50 ms: a handler may be blocked, or be the very one that ends the JVM.
+  for (int pass = 0; pass < 500 && inFlight != 0; ++pass) {
+    const timespec pause{0, 100'000};
+    nanosleep(&pause, nullptr);
+  }
+  if (!wanted) return;
+  JVMPI_Event event{};
+  event.event_type = JVMPI_EVENT_JVM_SHUT_DOWN;
+  event.env_id = env;
+  notifyAgent(event);
 }
 
 }  // namespace bridge

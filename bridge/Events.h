@@ -32,6 +32,10 @@ bool deliveryStopped();
 bool deliver(JVMPI_Event& event);
 void deliverJvmmi(JVMMI_Event& event);
 
+// The last event. No other begins any more, and handlers that run have a moment to come to their
+// end before it.
+void deliverShutDown(JNIEnv* env);
+
 // Java ints serve as thread ids: the low half of the environment's address.
 inline int threadIdOf(JNIEnv* env) { return static_cast<int>(reinterpret_cast<intptr_t>(env)); }
 

@@ -29,12 +29,7 @@ static bool addCapabilities() {
 static void JNICALL onVmInit(jvmtiEnv*, JNIEnv* env, jthread) { goLive(env); }
 
 static void JNICALL onVmDeath(jvmtiEnv*, JNIEnv* env) {
-  if (isEnabled(JVMPI_EVENT_JVM_SHUT_DOWN)) {
-    JVMPI_Event event{};
-    event.event_type = JVMPI_EVENT_JVM_SHUT_DOWN;
-    event.env_id = env;
-    deliver(event);
-  }
+  deliverShutDown(env);
   jvm.phase = Phase::dead;
   wakeAllWaiters();
   endDelivery();

@@ -12,7 +12,7 @@ static jthread newThread(JNIEnv* env, const char* name) {
   const Local text(env, make ? env->NewStringUTF(name) : nullptr);
   if (!text) return nullptr;
   jthread thread = env->NewObject(klass.get(), make, text.get());
-  if (!thread) return nullptr;
+  if (!thread || env->ExceptionCheck()) return nullptr;
   const jmethodID loader =
       env->GetMethodID(klass.get(), "setContextClassLoader", "(Ljava/lang/ClassLoader;)V");
   if (loader) env->CallVoidMethod(thread, loader, jobject{nullptr});

@@ -1,0 +1,319 @@
+// The bridge's test client: a minimal JVMPI agent. It counts and prints events, and gives Java
+// test programs the JVMPI calls as natives of the class Probe. The environment variable
+// PROBE_MODE picks the odd behaviours.
+#include "probe.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "jvm/LoadCheck.h"
+#include "jvm/jvmmi.h"
+#include "jvm/jvmpi.h"
+#include "jvm/ras.h"
+
+JVMPI_Interface* jvmpi;
+static JVMMI_Interface* jvmmi;
+static RAS_Interface* ras;
+static JavaVM* vm;
+
+static std::atomic<int> counts[64];       // by JVMPI event number
+static std::atomic<int> requested[64];    // the same, requested
+static std::atomic<int> jvmmiCounts[16];  // by JVMMI event number
+static std::atomic<bool> heapFiguresWrong{false};
+static std::atomic<bool> countsFrozen{false};
+static JVMPI_RawMonitor handlerLock;
+
+static std::mutex recordsLock;
+struct ThreadRow {
+  JNIEnv* env;
+  std::string name, group, parent;
+};
+static std::vector<ThreadRow>& threadRows() {
+  static auto& rows = *new std::vector<ThreadRow>;
+  return rows;
+}
+
+// The class-load record last seen on this thread.
+struct ClassRow {
+  std::string name, text;
+  jobjectID id = nullptr;
+  std::vector<std::pair<jmethodID, std::string>> methods;
+};
+static ClassRow& lastClass() {
+  static thread_local ClassRow* row = new ClassRow;
+  return *row;
+}
+
+static bool mode(const char* word) {
+  const char* text = getenv("PROBE_MODE");
+  return text && strstr(text, word);
+}
+
+void say(const char* format, ...) {
+  char line[2048];
+  va_list args;
+  va_start(args, format);
+  const int n = vsnprintf(line, sizeof line - 1, format, args);
+  va_end(args);
+  const size_t length = std::min<size_t>(n, sizeof line - 2);
+  line[length] = '\n';
+  [[maybe_unused]] auto written = write(STDOUT_FILENO, line, length + 1);
+}
+
+static void onClassLoad(const JVMPI_Event& e) {
+  const auto& load = e.u.class_load;
+  ClassRow& row = lastClass();
+  row = {};
+  row.name = load.class_name;
+  row.id = load.class_id;
+  row.text = row.name + " source=" + (load.source_name ? load.source_name : "-") +
+             " interfaces=" + std::to_string(load.num_interfaces) + " statics=";
+  for (jint i = 0; i < load.num_static_fields; ++i)
+    row.text +=
+        std::string(load.statics[i].field_name) + ":" + load.statics[i].field_signature + ",";
+  row.text += " instances=";
+  for (jint i = 0; i < load.num_instance_fields; ++i)
+    row.text +=
+        std::string(load.instances[i].field_name) + ":" + load.instances[i].field_signature + ",";
+  row.text += " methods=";
+  for (jint i = 0; i < load.num_methods; ++i) {
+    const JVMPI_Method& m = load.methods[i];
+    row.methods.emplace_back(m.method_id, m.method_name);
+    row.text += std::string(m.method_name) + m.method_signature + "@" +
+                std::to_string(m.start_lineno) + "-" + std::to_string(m.end_lineno) + ",";
+  }
+}
+
+// Replaces the text "original" by "replaced" in the class Victim.
+static void onHook(JVMPI_Event& e) {
+  auto& hook = e.u.class_load_hook;
+  if (mode("hook=forget")) {
+    hook.new_class_data = nullptr;
+    return;
+  }
+  const std::string bytes(reinterpret_cast<char*>(hook.class_data), hook.class_data_len);
+  if (bytes.find("Victim") == std::string::npos) return;
+  const auto at = bytes.find("original");
+  if (at == std::string::npos) return;
+  auto* fresh = static_cast<unsigned char*>(hook.malloc_f(hook.class_data_len));
+  memcpy(fresh, bytes.data(), bytes.size());
+  memcpy(fresh + at, "replaced", 8);
+  hook.new_class_data = fresh;
+  hook.new_class_data_len = hook.class_data_len;
+  jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);  // from inside the handler
+}
+
+static void onEvent(JVMPI_Event* e) {
+  const int type = e->event_type & ~JVMPI_REQUESTED_EVENT;
+  ++(e->event_type & JVMPI_REQUESTED_EVENT ? requested : counts)[type];
+  if (countsFrozen) say("event %d after shut-down", type);
+  switch (type) {
+    case JVMPI_EVENT_THREAD_START: {
+      const std::lock_guard guard(recordsLock);
+      const auto& t = e->u.thread_start;
+      threadRows().push_back({t.thread_env_id, t.thread_name, t.group_name, t.parent_name});
+      break;
+    }
+    case JVMPI_EVENT_CLASS_LOAD_HOOK:
+      onHook(*e);
+      break;
+    case JVMPI_EVENT_CLASS_LOAD:
+      onClassLoad(*e);
+      break;
+    case JVMPI_EVENT_GC_START:
+    case JVMPI_EVENT_GC_FINISH: {
+      const auto& gc = e->u.gc_info;
+      if (type == JVMPI_EVENT_GC_FINISH &&
+          !(0 <= gc.used_object_space && gc.used_object_space <= gc.total_object_space &&
+            gc.total_object_space > 0))
+        heapFiguresWrong = true;
+      jvmpi->RawMonitorEnter(handlerLock);  // the application holds it over JNI calls
+      jvmpi->RawMonitorExit(handlerLock);
+      break;
+    }
+    case JVMPI_EVENT_JVM_INIT_DONE:
+      say("init done, %d classes and %d threads shown before", counts[42].load(),
+          counts[33].load());
+      break;
+    case JVMPI_EVENT_JVM_SHUT_DOWN:
+      say("shut down");
+      countsFrozen = true;
+      break;
+  }
+}
+
+static void onJvmmi(JNIEnv*, JVMMI_Event* e, void* userData, int tid) {
+  if (userData != &jvmmiCounts || tid != static_cast<int>(reinterpret_cast<intptr_t>(e->env_id)))
+    say("JVMMI event with a wrong argument");
+  ++jvmmiCounts[e->event];
+  if (e->event == JVMMI_EVENT_CLASS_LOAD && strcmp(e->class_name, "Victim") == 0)
+    say("JVMMI saw Victim");
+}
+
+extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* given, char* options, void*) {
+  const LoadRoad road = classifyLoad(given);
+  if (road == LoadRoad::ignore) say("second load ignored");
+  if (road != LoadRoad::runAgent) return road == LoadRoad::ignore ? 0 : -1;
+  say("probe loads with options '%s'", options ? options : "(null)");
+  for (const char* name : {"am.home", "am.nodename", "KLGLOG_COMMON_DIR"})
+    say("env %s=%s", name, getenv(name) ? getenv(name) : "(unset)");
+  if (mode("load=fail")) return -1;
+  vm = given;
+  void* table = nullptr;
+  if (vm->GetEnv(&table, 0x10000003) != JNI_EVERSION) say("an unknown JVMPI was offered");
+  if (vm->GetEnv(&table, JVMPI_VERSION_1_1) != JNI_OK) return -1;
+  jvmpi = static_cast<JVMPI_Interface*>(table);
+  for (jint version : {JVMMI_VERSION_1_2, JVMMI_VERSION_2_1}) {
+    if (vm->GetEnv(&table, version) != JNI_OK) return -1;
+    jvmmi = static_cast<JVMMI_Interface*>(table);
+    if (jvmmi->version != version) say("JVMMI of a wrong version");
+  }
+  if (vm->GetEnv(&table, RAS_VERSION) != JNI_OK) return -1;
+  ras = static_cast<RAS_Interface*>(table);
+  void** slots = reinterpret_cast<void**>(jvmpi);
+  for (size_t i = 2; i < sizeof *jvmpi / sizeof *slots; ++i)
+    if (!slots[i]) say("slot %zu is empty", i);
+  say("odd numbers answer %d %d %d %d", jvmpi->EnableEvent(-1, nullptr),
+      jvmpi->EnableEvent(62, nullptr), jvmpi->EnableEvent(4, nullptr),
+      jvmpi->EnableEvent(1 << 30, nullptr));
+  handlerLock = jvmpi->RawMonitorCreate(const_cast<char*>("handler"));
+  jvmpi->NotifyEvent = onEvent;
+  say("monitors while loading: %s", testMonitors().c_str());
+  if (!mode("quiet")) jvmpi->EnableEvent(JVMPI_EVENT_STANDING_SET, nullptr);
+  jvmpi->EnableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
+  jvmpi->EnableEvent(JVMPI_EVENT_JVM_INIT_DONE, nullptr);
+  for (jint event : {0, 1, 2, 9, 10}) jvmmi->Register(onJvmmi, &jvmmiCounts, event);
+  return 0;
+}
+
+static jstring text(JNIEnv* env, const std::string& s) { return env->NewStringUTF(s.c_str()); }
+static JNIEnv* asEnv(jlong id) { return reinterpret_cast<JNIEnv*>(id); }
+static jobjectID asId(jlong id) { return reinterpret_cast<jobjectID>(id); }
+
+extern "C" {
+JNIEXPORT jlong JNICALL Java_Probe_env(JNIEnv* env, jclass) { return (jlong)env; }
+JNIEXPORT jint JNICALL Java_Probe_count(JNIEnv*, jclass, jint type) { return counts[type]; }
+JNIEXPORT jint JNICALL Java_Probe_jvmmiCount(JNIEnv*, jclass, jint type) {
+  return jvmmiCounts[type];
+}
+JNIEXPORT jint JNICALL Java_Probe_status(JNIEnv*, jclass, jlong env) {
+  return jvmpi->GetThreadStatus(asEnv(env));
+}
+JNIEXPORT jlong JNICALL Java_Probe_idOf(JNIEnv*, jclass, jobject o) {
+  return (jlong)jvmpi->jobject2jobjectID(o);
+}
+JNIEXPORT jobject JNICALL Java_Probe_objectOf(JNIEnv*, jclass, jlong id) {
+  return jvmpi->jobjectID2jobject(asId(id));
+}
+JNIEXPORT jlong JNICALL Java_Probe_threadObject(JNIEnv*, jclass, jlong env) {
+  return (jlong)jvmpi->GetThreadObject(asEnv(env));
+}
+JNIEXPORT jboolean JNICALL Java_Probe_heapFiguresWrong(JNIEnv*, jclass) { return heapFiguresWrong; }
+JNIEXPORT jstring JNICALL Java_Probe_testMonitors(JNIEnv* env, jclass) {
+  return text(env, testMonitors());
+}
+
+// The record that answers a request for the class with this id; null when the request fails.
+JNIEXPORT jstring JNICALL Java_Probe_request(JNIEnv* env, jclass, jlong id) {
+  const int before = requested[42];
+  if (jvmpi->RequestEvent(JVMPI_EVENT_CLASS_LOAD, asId(id)) != 0) return nullptr;
+  if (requested[42] != before + 1 || lastClass().id != asId(id)) return text(env, "no event");
+  return text(env, lastClass().text);
+}
+
+// "name group parent" of the thread start that was last shown for this env.
+JNIEXPORT jstring JNICALL Java_Probe_started(JNIEnv* env, jclass, jlong id) {
+  const std::lock_guard guard(recordsLock);
+  for (auto row = threadRows().rbegin(); row != threadRows().rend(); ++row)
+    if (row->env == asEnv(id)) return text(env, row->name + "|" + row->group + "|" + row->parent);
+  return nullptr;
+}
+
+// The env of the last thread shown with this name; 0 for none.
+JNIEXPORT jlong JNICALL Java_Probe_envNamed(JNIEnv* env, jclass, jstring wanted) {
+  const char* name = env->GetStringUTFChars(wanted, nullptr);
+  jlong found = 0;
+  {
+    const std::lock_guard guard(recordsLock);
+    for (const ThreadRow& row : threadRows())
+      if (row.name == name) found = (jlong)row.env;
+  }
+  env->ReleaseStringUTFChars(wanted, name);
+  return found;
+}
+
+JNIEXPORT jstring JNICALL Java_Probe_trace(JNIEnv* env, jclass, jlong id, jint depth) {
+  std::vector<JVMPI_CallFrame> frames(depth);
+  JVMPI_CallTrace trace{asEnv(id), -7, frames.data()};
+  jvmpi->GetCallTrace(&trace, depth);
+  std::string all;
+  for (jint i = 0; i < trace.num_frames; ++i) {
+    jvmpi->RequestEvent(JVMPI_EVENT_CLASS_LOAD, jvmpi->GetMethodClass(frames[i].method_id));
+    std::string name = "?";
+    for (const auto& [method, methodName] : lastClass().methods)
+      if (method == frames[i].method_id) name = methodName;
+    all += lastClass().name + "." + name + ":" + std::to_string(frames[i].lineno) + " ";
+  }
+  return text(env, std::to_string(trace.num_frames) + " " + all);
+}
+
+JNIEXPORT void JNICALL Java_Probe_suspend(JNIEnv*, jclass, jlong env) {
+  jvmpi->SuspendThread(asEnv(env));
+}
+JNIEXPORT void JNICALL Java_Probe_resume(JNIEnv*, jclass, jlong env) {
+  jvmpi->ResumeThread(asEnv(env));
+}
+
+// Holds the lock that the event handlers take over calls into the JVM.
+JNIEXPORT jint JNICALL Java_Probe_lockedWork(JNIEnv* env, jclass, jobject o) {
+  jvmpi->RawMonitorEnter(handlerLock);
+  jint sum = 0;
+  for (int i = 0; i < 50; ++i) {
+    jclass c = env->GetObjectClass(o);
+    jstring s = env->NewStringUTF("some text that is garbage at once");
+    sum += env->GetStringUTFLength(s) + (c != nullptr);
+    env->DeleteLocalRef(s);
+    env->DeleteLocalRef(c);
+  }
+  jvmpi->RawMonitorExit(handlerLock);
+  return sum;
+}
+
+// An agent's loop: timed waits that nobody ends, and JNI between them.
+JNIEXPORT void JNICALL Java_Probe_agentLoop(JNIEnv* env, jclass, jlong ms) {
+  JVMPI_RawMonitor m = jvmpi->RawMonitorCreate(const_cast<char*>("loop"));
+  for (;;) {
+    jvmpi->RawMonitorEnter(m);
+    jvmpi->RawMonitorWait(m, ms);
+    jvmpi->RawMonitorExit(m);
+    env->ExceptionCheck();
+  }
+}
+
+JNIEXPORT void JNICALL Java_Probe_storage(JNIEnv*, jclass, jlong env, jlong value) {
+  jvmpi->SetThreadLocalStorage(asEnv(env), reinterpret_cast<void*>(value));
+}
+JNIEXPORT jlong JNICALL Java_Probe_stored(JNIEnv*, jclass, jlong env) {
+  return (jlong)jvmpi->GetThreadLocalStorage(asEnv(env));
+}
+JNIEXPORT jint JNICALL Java_Probe_systemThread(JNIEnv*, jclass) {
+  return jvmpi->CreateSystemThread(const_cast<char*>("probe system thread"), JVMPI_NORMAL_PRIORITY,
+                                   [](void*) { say("system thread runs"); });
+}
+JNIEXPORT jlong JNICALL Java_Probe_cpuTime(JNIEnv*, jclass) {
+  return jvmpi->GetCurrentThreadCpuTime();
+}
+JNIEXPORT jint JNICALL Java_Probe_notOffered(JNIEnv* env, jclass) {
+  JVMPI_HeapDumpArg level{2};
+  return (jvmpi->RequestEvent(JVMPI_EVENT_HEAP_DUMP, &level) == JVMPI_NOT_AVAILABLE) +
+         (ras->ThreadDump(env) != 0) +
+         (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) !=
+          0) +
+         (jvmmi->Register(onJvmmi, nullptr, 3) != 0);
+}
+JNIEXPORT void JNICALL Java_Probe_runGc(JNIEnv*, jclass) { jvmpi->RunGC(); }
+}
