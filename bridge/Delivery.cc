@@ -1,11 +1,12 @@
 #include "Delivery.h"
 
+#include <errno.h>
 #include <semaphore.h>
 #include <time.h>
 
 #include <algorithm>
+#include <array>
 #include <mutex>
-#include <vector>
 
 #include "Events.h"
 #include "ObjectIds.h"
@@ -14,51 +15,44 @@
 
 namespace bridge {
 
-enum class NoteKind : std::uint8_t { gcStart, gcFinish, freed };
-struct Note {
-  NoteKind kind;
-  jlong tag;
+// A collector that outruns its reports loses whole collections, never half of one.
+constexpr std::size_t kMaxStarts = 1024;
+constexpr std::size_t kMaxNotes = 2 * kMaxStarts;
+
+struct Notes {
+  std::array<bool, kMaxNotes> isStart;
+  std::size_t count = 0;
 };
 
-// A collector that outruns its reports loses whole collections, never half of one. Freed objects
-// have no bound but their own number: a lost one would stay in the id table for ever.
-constexpr std::size_t kMaxWaitingGc = 1024;
-
 static std::mutex notesLock;  // held for a few instructions, never over a call to the JVM
-static std::vector<Note>& notes() {
-  static std::vector<Note>& leaked = *new std::vector<Note>;
-  return leaked;
-}
-static std::size_t waitingGc = 0;
-static bool skippingGc = false;
+static Notes notes;
+static bool skipping = false;
+
+// Classes that are gone are looked for after collections, but not oftener than this: the look is
+// one JNI call for each object with an id.
+constexpr time_t kSweepSeconds = 1;
 
 static sem_t noted;
 static std::atomic<bool> ending{false};
 static std::atomic<bool> ended{true};
 static std::atomic<jobject> deliveryThread{nullptr};
 
-static void leave(Note note) {
+void noteGc(bool start) {
   {
     const std::lock_guard guard(notesLock);
-    if (note.kind != NoteKind::freed) {
-      if (note.kind == NoteKind::gcStart) skippingGc = waitingGc >= kMaxWaitingGc;
-      if (skippingGc) return;
-      ++waitingGc;
-    }
-    notes().push_back(note);
+    if (start) skipping = notes.count >= kMaxStarts;
+    const bool skip = skipping || notes.count >= kMaxNotes;
+    if (!start) skipping = false;
+    if (skip) return;
+    notes.isStart[notes.count++] = start;
   }
   sem_post(&noted);
 }
 
-void noteGc(bool start) { leave({start ? NoteKind::gcStart : NoteKind::gcFinish, 0}); }
-void noteFreed(jlong tag) { leave({NoteKind::freed, tag}); }
-
-static std::vector<Note> takeNotes() {
-  std::vector<Note> taken;
+static void takeNotes(Notes& taken) {
   const std::lock_guard guard(notesLock);
-  taken.swap(notes());
-  waitingGc = 0;
-  return taken;
+  taken = notes;
+  notes.count = 0;
 }
 
 struct HeapSizes {
@@ -128,29 +122,48 @@ static void deliverGc(JNIEnv* env, bool start, const HeapMeter& meter) {
   deliverJvmmi(event);
 }
 
-static void deliverFreed(JNIEnv* env, jlong tag) {
-  const ForgottenObject gone = forgetObject(env, tag);
-  if (!gone.known || gone.kind != ObjectKind::klass || !isEnabled(JVMPI_EVENT_CLASS_UNLOAD)) return;
-  JVMPI_Event event{};
-  event.event_type = JVMPI_EVENT_CLASS_UNLOAD;
-  event.env_id = env;
-  event.u.class_unload.class_id = asObjectId(tag);
-  deliver(event);
+// The JVM would report freed objects by an event, too. With that event on, a JVM that ends during a
+// collection can wait for ever for the thread that reports them, so the bridge looks by itself.
+static void deliverUnloads(JNIEnv* env) {
+  for (jobjectID id : forgetCollected(env)) {
+    if (!isEnabled(JVMPI_EVENT_CLASS_UNLOAD)) continue;
+    JVMPI_Event event{};
+    event.event_type = JVMPI_EVENT_CLASS_UNLOAD;
+    event.env_id = env;
+    event.u.class_unload.class_id = id;
+    deliver(event);
+  }
+}
+
+static time_t seconds(clockid_t clock) {
+  timespec t;
+  clock_gettime(clock, &t);
+  return t.tv_sec;
+}
+
+// Until there is a note, or, with a sweep due, for its interval at most.
+static void awaitNote(bool sweepDue) {
+  const timespec limit{seconds(CLOCK_REALTIME) + kSweepSeconds + 1, 0};
+  while ((sweepDue ? sem_timedwait(&noted, &limit) : sem_wait(&noted)) != 0 && errno == EINTR) {
+  }
 }
 
 static void deliveryLoop(JNIEnv* env) {
   const HeapMeter meter(env);
+  static Notes taken;  // this thread's alone
+  bool sweepDue = false;
+  time_t lastSweep = 0;
   while (!ending) {
-    while (sem_wait(&noted) != 0) {
-    }  // interrupted by a signal
-    for (const Note& note : takeNotes()) {
-      if (ending) break;
-      if (note.kind == NoteKind::freed) {
-        deliverFreed(env, note.tag);
-      } else {
-        deliverGc(env, note.kind == NoteKind::gcStart, meter);
-      }
+    awaitNote(sweepDue);
+    takeNotes(taken);
+    for (std::size_t i = 0; i < taken.count && !ending; ++i) {
+      deliverGc(env, taken.isStart[i], meter);
+      sweepDue |= !taken.isStart[i];
     }
+    if (ending || !sweepDue || seconds(CLOCK_MONOTONIC) - lastSweep < kSweepSeconds) continue;
+    deliverUnloads(env);
+    lastSweep = seconds(CLOCK_MONOTONIC);
+    sweepDue = false;
   }
   ended = true;
 }

@@ -2,10 +2,10 @@
 
 #include "Jvm.h"
 
-// Garbage collection and collected objects are reported by the JVM where nothing may call back
-// into it, in the middle of a pause. The callbacks only leave a note here; a thread of the
-// bridge's own, attached as a daemon, takes the notes to the agent. It is in native code while the
-// JVM pauses, so the start of a collection is seen in time.
+// Garbage collections are reported by the JVM where nothing may call back into it, in the middle of
+// a pause. The callbacks only leave a note here; a thread of the bridge's own, attached as a
+// daemon, takes the notes to the agent. It is in native code while the JVM pauses, so the start of
+// a collection is seen in time. After collections it also looks which classes are gone.
 namespace bridge {
 
 // Before the first callback: notes may be left from then on.
@@ -20,6 +20,5 @@ bool isDeliveryThread(JNIEnv* env, jthread thread);
 
 // From JVM callbacks; no JNI, no JVMTI, no lock that is ever held over either.
 void noteGc(bool start);
-void noteFreed(jlong tag);
 
 }  // namespace bridge

@@ -24,8 +24,8 @@ constexpr jint kOffered[] = {
 };
 constexpr jint kNone = -1;
 
-// JVM events that are on only while somebody wants them. Thread events and the others that keep
-// the bridge's own tables are always on.
+// JVM events that are on only while somebody wants them. Thread events and the ends of
+// collections, which keep the bridge's own tables, are always on.
 struct ModeRow {
   jvmtiEvent event;
   jint jvmpi;
@@ -35,7 +35,6 @@ constexpr ModeRow kModes[] = {
     {JVMTI_EVENT_CLASS_FILE_LOAD_HOOK, JVMPI_EVENT_CLASS_LOAD_HOOK, kNone},
     {JVMTI_EVENT_CLASS_PREPARE, JVMPI_EVENT_CLASS_LOAD, JVMMI_EVENT_CLASS_LOAD},
     {JVMTI_EVENT_GARBAGE_COLLECTION_START, JVMPI_EVENT_GC_START, JVMMI_EVENT_GC_START},
-    {JVMTI_EVENT_GARBAGE_COLLECTION_FINISH, JVMPI_EVENT_GC_FINISH, JVMMI_EVENT_GC_STOP},
 };
 
 struct Registration {

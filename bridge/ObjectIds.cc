@@ -13,7 +13,7 @@ struct KnownObject {
 using Table = std::unordered_map<jlong, KnownObject>;
 
 // Held over JVMTI and JNI calls, which is safe because nothing that the JVM runs at a safepoint
-// takes it: collected objects are noted there and forgotten later, on the delivery thread.
+// takes it.
 static std::mutex tableLock;
 static jlong lastTag = 0;
 
@@ -66,14 +66,20 @@ bool announceClass(JNIEnv* env, jclass klass) {
   return known->announced = true;
 }
 
-ForgottenObject forgetObject(JNIEnv* env, jlong tag) {
+std::vector<jobjectID> forgetCollected(JNIEnv* env) {
+  std::vector<jobjectID> classes;
   const std::lock_guard guard(tableLock);
-  const auto found = table().find(tag);
-  if (found == table().end()) return {ObjectKind::plain, false};
-  env->DeleteWeakGlobalRef(found->second.reference);
-  const ForgottenObject gone{found->second.kind, true};
-  table().erase(found);
-  return gone;
+  for (auto at = table().begin(); at != table().end();) {
+    const auto& [tag, known] = *at;
+    if (!env->IsSameObject(known.reference, nullptr)) {
+      ++at;
+      continue;
+    }
+    if (known.kind == ObjectKind::klass) classes.push_back(asObjectId(tag));
+    env->DeleteWeakGlobalRef(known.reference);
+    at = table().erase(at);
+  }
+  return classes;
 }
 
 }  // namespace bridge

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "Jvm.h"
 #include "jvm/jvmpi.h"
@@ -21,12 +22,8 @@ jobject objectOf(JNIEnv* env, jobjectID id);
 // and the replay at VMInit overlap.
 bool announceClass(JNIEnv* env, jclass klass);
 
-struct ForgottenObject {
-  ObjectKind kind;
-  bool known;
-};
-// The object with this tag was collected. Not from a JVM callback: it uses JNI.
-ForgottenObject forgetObject(JNIEnv* env, jlong tag);
+// Forgets the objects that were collected; the ids of classes among them.
+std::vector<jobjectID> forgetCollected(JNIEnv* env);
 
 inline jobjectID asObjectId(jlong tag) { return reinterpret_cast<jobjectID>(tag); }
 inline jlong tagOf(jobjectID id) { return static_cast<jlong>(reinterpret_cast<intptr_t>(id)); }

@@ -107,12 +107,13 @@ static bool reached(const timespec& deadline) {
   return t.tv_sec != deadline.tv_sec ? t.tv_sec > deadline.tv_sec : t.tv_nsec >= deadline.tv_nsec;
 }
 
-// The rest of a wait in a dying JVM. Each pass enters the JVM by a call that does nothing, and
+// The rest of a wait in a dying JVM. Each pass enters the JVM by a call that is
+// harmless, and
 // there the JVM stops the thread for good; a thread blocked in native code instead would make the
 // JVM wait for it.
 static void idleInJvm(bool forever, const timespec& deadline) {
   while (forever || !reached(deadline)) {
-    if (JNIEnv* env = currentEnv()) env->GetVersion();
+    if (JNIEnv* env = currentEnv()) env->ExceptionCheck();
     const timespec pause{0, 500'000};
     nanosleep(&pause, nullptr);
   }

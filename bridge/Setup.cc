@@ -16,7 +16,6 @@ static bool addCapabilities() {
   jvmtiCapabilities wanted{};
   wanted.can_generate_all_class_hook_events = 1;
   wanted.can_tag_objects = 1;
-  wanted.can_generate_object_free_events = 1;
   wanted.can_generate_garbage_collection_events = 1;
   wanted.can_get_line_numbers = 1;
   wanted.can_get_source_file_name = 1;
@@ -45,11 +44,10 @@ static bool setCallbacks() {
   callbacks.ClassPrepare = onClassPrepare;
   callbacks.GarbageCollectionStart = [](jvmtiEnv*) { noteGc(true); };
   callbacks.GarbageCollectionFinish = [](jvmtiEnv*) { noteGc(false); };
-  callbacks.ObjectFree = [](jvmtiEnv*, jlong tag) { noteFreed(tag); };
   if (jvm.jvmti->SetEventCallbacks(&callbacks, sizeof callbacks) != JVMTI_ERROR_NONE) return false;
   constexpr jvmtiEvent kAlways[] = {JVMTI_EVENT_VM_INIT, JVMTI_EVENT_VM_DEATH,
                                     JVMTI_EVENT_THREAD_START, JVMTI_EVENT_THREAD_END,
-                                    JVMTI_EVENT_OBJECT_FREE};
+                                    JVMTI_EVENT_GARBAGE_COLLECTION_FINISH};
   for (jvmtiEvent event : kAlways)
     if (jvm.jvmti->SetEventNotificationMode(JVMTI_ENABLE, event, nullptr) != JVMTI_ERROR_NONE)
       return false;
