@@ -1,0 +1,302 @@
+// What the encoder does beside the usual: texts at their limits, odd kinds, the agent's own
+// records.
+#include <array>
+
+#include "Encoded.h"
+#include "base/Identity.h"
+#include "core/AgentState.h"
+#include "events/RecordWriter.h"
+#include "fake/FakeJvm.h"
+#include "instrument/ClassTable.h"
+
+// The part of a START with depth 0 that all tests here skip: thread, depth, clock, CPU time.
+constexpr const char* kNoThread = "00000000 00 00000000 00000000 0000000000000000";
+
+class Encoder : public testing::Test {
+ protected:
+  void SetUp() override {
+    AgentState::setProbeLevel(1);
+    CommonEvent::resetMethodIDMap();
+  }
+  static std::string expected(const char* id, const char* behindPrefix) {
+    return hex(bytes(std::string(id) + kNoThread + behindPrefix));
+  }
+};
+
+TEST_F(Encoder, TextsAndTheirLengths) {
+  using Write = std::function<void(char**)>;
+  const std::string over(70'000, 'x');
+  const std::string pairAtEnd = std::string(65'533, 'x') + "\xED\xA0\xBD\xED\xBB\x92";
+  const std::tuple<const char*, Write, std::string> cases[] = {
+      {"null writes nothing", [](char** at) { ProtocolVisitor::writeString(nullptr, at); }, ""},
+      {"empty", [](char** at) { ProtocolVisitor::writeString("", at); }, bytes("0000")},
+      {"no terminator", [](char** at) { ProtocolVisitor::writeString("ab", at); },
+       bytes("0002 6162")},
+      {"part of a text", [](char** at) { ProtocolVisitor::writeUTF("abc", 2, at); },
+       bytes("0002 6162")},
+      {"a negative length is none", [](char** at) { ProtocolVisitor::writeUTF("abc", -1, at); },
+       bytes("0000")},
+      {"cut to what the length can say",
+       [&](char** at) { ProtocolVisitor::writeString(over.c_str(), at); },
+       bytes("FFFF") + std::string(65'535, 'x')},
+      {"a pair over the end goes whole",
+       [&](char** at) { ProtocolVisitor::writeString(pairAtEnd.c_str(), at); },
+       bytes("FFFD") + std::string(65'533, 'x')},
+      {"integers, the highest byte first",
+       [](char** at) {
+         ProtocolVisitor::writeByte(0x81, at);
+         ProtocolVisitor::writeShort(0x8182, at);
+         ProtocolVisitor::writeInt(0x81828384, at);
+         ProtocolVisitor::writeLong(0x8182838485868788, at);
+       },
+       bytes("81 8182 81828384 8182838485868788")},
+  };
+  for (const auto& [why, write, record] : cases) {
+    SCOPED_TRACE(why);
+    EXPECT_TRUE(written(write) == record);
+  }
+}
+
+TEST_F(Encoder, FlagOfARequestKnownByItsAddressOnly) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      {"/a", "/a", "/a", "00"}, {"n", "/a", "/a", "01"}, {"/a", "app", "/a", "01"},
+      {"/a", "/a", "/b", "01"}, {"", "", "", "00"},      {"/a?q=1", "/a?q=1", "/a?q=1", "00"},
+  };
+  const auto check = []<class E>(const auto& row, std::in_place_type_t<E>) {
+    const auto& [name, application, url, flag] = row;
+    E e(Event::START);
+    e.request_name = text(name), e.application_name = text(application), e.url = text(url);
+    e.userName = text("");
+    EXPECT_EQ(hex(encoded(e)).substr(44, 2), flag) << name << ' ' << application << ' ' << url;
+  };
+  for (const auto& row : cases) {
+    check(row, std::in_place_type<ServletEvent>);
+    check(row, std::in_place_type<EJBEvent>);
+    check(row, std::in_place_type<DoVerbForEvent>);
+    check(row, std::in_place_type<PollForEvent>);
+  }
+}
+
+TEST_F(Encoder, EjbAddressWithoutItsQuery) {
+  EJBEvent e(Event::START);
+  e.request_name = text("/a?b"), e.application_name = text("/a?b"), e.url = text("/a?b");
+  EXPECT_EQ(hex(encoded(e)), expected("06", "00 0004 2F613F62 0004 2F613F62 0002 2F61 01 7F7F"));
+}
+
+TEST_F(Encoder, KindsBesideTheUsual) {
+  using Make = std::function<std::unique_ptr<Event>()>;
+  const auto jms = [](int action, Event::EventSubType subType) {
+    auto e = std::make_unique<JMSEvent>(subType);
+    e->action = static_cast<Event::JMS_ACTION>(action);
+    e->serverName = text("s"), e->queueOrTopicName = text("q"), e->selector = text("x");
+    return e;
+  };
+  const auto gpsMq = [](int action, Event::EventSubType subType) {
+    auto e = std::make_unique<GPSMQEvent>(subType);
+    e->queueName = text("q");
+    e->action = action;
+    e->arrLength = 1;
+    e->gpsToken.reset(new jbyte[1]{7});
+    return e;
+  };
+  const std::tuple<const char*, Make, std::string> cases[] = {
+      {"JMS of no action", [&] { return jms(0, Event::START); },
+       expected("00", "0001 73 0001 71 01 7F7F")},
+      {"its end", [&] { return jms(5, Event::END); }, expected("00", "01 7F7F")},
+      {"put one", [&] { return gpsMq(Event::MQ_PUT1, Event::START); },
+       expected("37", "0001 71 0001 07 00 01 7F7F")},
+      {"browse", [&] { return gpsMq(Event::MQ_GET_BROWSE, Event::START); },
+       expected("39", "0001 71 0001 07 00 01 7F7F")},
+      {"neither put nor get", [&] { return gpsMq(Event::MQ_INQ, Event::START); },
+       expected("00", "0001 71 0001 07 00 01 7F7F")},
+      {"a token that was never set",
+       [] {
+         auto e = std::make_unique<GPSMQEvent>(Event::START);
+         e->action = Event::MQ_PUT;
+         e->arrLength = 4;
+         return e;
+       },
+       expected("37", "0000 00 01 7F7F")},
+      {"MQ that failed", [] { return std::make_unique<MQEvent>(Event::ERRORS); }, ""},
+      {"cross-process of another kind", [] { return std::make_unique<GPSEvent>(Event::NOSTYPE); },
+       expected("00", "01 7F7F")},
+      {"a server name", [] { return std::make_unique<ServerNameEvent>(Event::START); }, ""},
+      {"a class that is gone", [] { return std::make_unique<ClassEvent>(Event::LOAD); }, ""},
+      {"a null text leaves no bytes", [] { return std::make_unique<SQLEvent>(Event::START); },
+       expected("09", "01 7F7F")},
+      {"common events of no kind",
+       [] { return std::make_unique<CommonEvent>(Event::SQL, Event::END); },
+       expected("FF", "01 7F7F")},
+      {"a page that has a name",
+       [] {
+         auto e = std::make_unique<PortalGatewayServletEvent>(Event::END);
+         e->pageName = text("Home");
+         return e;
+       },
+       expected("8D", "0004 486F6D65 7F7F")},
+      {"the flag is 1 for 1 only",
+       [] {
+         auto e = std::make_unique<SamplingEvent>(Event::NOSTYPE);
+         e->useDefault = 2;
+         return e;
+       },
+       hex(bytes("27 00000000 00000000 00000000 00000000 00 7F7F"))},
+  };
+  for (const auto& [why, make, record] : cases) {
+    SCOPED_TRACE(why);
+    const auto e = make();
+    const int announced = ProtocolVisitor::recordSize(*e);
+    EXPECT_EQ(hex(encoded(*e)), record);
+    EXPECT_EQ(announced * 2, static_cast<int>(record.size()));
+  }
+}
+
+TEST_F(Encoder, AnnouncedSizeOfEveryClassAndSubType) {
+  const auto check = []<class E>(std::in_place_type_t<E>) {
+    for (int sub = Event::START; sub <= Event::NOSTYPE; ++sub) {
+      E e(static_cast<Event::EventSubType>(sub));
+      EXPECT_EQ(ProtocolVisitor::recordSize(e), static_cast<int>(encoded(e).size()))
+          << "type " << e.getType() << " sub-type " << sub;
+    }
+  };
+#define VEL_CHECK(Class) check(std::in_place_type<Class>);
+  VEL_TYPED_EVENTS(VEL_CHECK)
+#undef VEL_CHECK
+}
+
+TEST_F(Encoder, WhatHasNoRecord) {
+  for (const int type : {+Event::REQUEST, +Event::IIOP_CLIENT, 48, -1}) {
+    Event e(static_cast<Event::EventType>(type), Event::START, 0);
+    EXPECT_EQ(ProtocolVisitor::recordSize(e), 0);
+    EXPECT_EQ(written([&](char** at) { EXPECT_EQ(e.addToBuffer(at), 0); }), "") << type;
+  }
+  SQLEvent sql(Event::END);
+  CommonEvent common(Event::IIOP_CLIENT, Event::END);
+  EXPECT_EQ(sql.addToBuffer(nullptr), 0);
+  EXPECT_EQ(common.addToBuffer(nullptr), 0);
+}
+
+// A subclass with data of its own.
+class TaggedEvent : public CommonEvent {
+ public:
+  explicit TaggedEvent(EventSubType subType) : CommonEvent(IIOP_CLIENT, subType) {
+    customDataSize = 2;
+  }
+  int addCustomDataToBuffer(char** buff) override {
+    ProtocolVisitor::writeShort(0xABCD, buff);
+    return 1;
+  }
+};
+
+TEST_F(Encoder, MethodNamesGoOutOncePerStream) {
+  const auto start = [](CommonEvent&& e) {
+    e.className = text("C"), e.methodName = text("m");
+    const int announced = ProtocolVisitor::recordSize(e);
+    const std::string record = encoded(e);
+    EXPECT_GE(announced, static_cast<int>(record.size()));
+    EXPECT_LE(announced, static_cast<int>(record.size()) + 1);  // the name
+    return hex(record);
+  };
+  const std::string named = expected("96", "0001 43 0000002D 0001 6D 01 7F7F");
+  const std::string unnamed = expected("96", "0001 43 0000002D 0000 01 7F7F");
+  const std::string server = expected("98", "0001 43 00000000 0001 6D 01 7F7F");
+  EXPECT_EQ(start({Event::IIOP_CLIENT, Event::START}), named);
+  EXPECT_EQ(start({Event::IIOP_CLIENT, Event::START}), unnamed);
+  EXPECT_EQ(start(IIOP_ServerEvent(Event::START)), server);
+  EXPECT_EQ(start(IIOP_ServerEvent(Event::START)), server);
+  CommonEvent::resetMethodIDMap();
+  EXPECT_EQ(start({Event::IIOP_CLIENT, Event::START}), named);
+
+  EXPECT_EQ(start(TaggedEvent(Event::START)), expected("96", "0001 43 0000002D 0000 ABCD 01 7F7F"));
+  TaggedEvent end(Event::END);
+  EXPECT_EQ(ProtocolVisitor::recordSize(end), static_cast<int>(encoded(end).size()));
+}
+
+TEST_F(Encoder, AskingForASizeSendsNoNames) {
+  CommonEvent e(Event::IIOP_CLIENT, Event::START);
+  e.className = text("C"), e.methodName = text("m");
+  ProtocolVisitor::recordSize(e);
+  EXPECT_FALSE(CommonEvent::hasMaped(Event::IIOP_CLIENT));
+}
+
+TEST_F(Encoder, LevelIsThatOfTheMomentOfWriting) {
+  JCAEvent e(Event::END);
+  AgentState::setProbeLevel(0x103);
+  EXPECT_EQ(hex(encoded(e)), expected("26", "03 7F7F"));
+}
+
+TEST_F(Encoder, MillisecondsWrapIn32Bits) {
+  static_assert(ProtocolVisitor::initMillis(0, 1'999) == 1);
+  static_assert(ProtocolVisitor::initMillis(4'294'967, 296'000) == 0);
+  static_assert(ProtocolVisitor::initMillis(4'294'967, 295'999) == 0xFFFFFFFF);
+  static_assert(ProtocolVisitor::initMillis(1'764'029'088, 250'000) == 3'092'496'890u);
+  const std::string record =
+      written([](char** at) { ProtocolVisitor::getInstance()->addInitRecord(at); });
+  ASSERT_EQ(record.size(), 17u);
+  EXPECT_EQ(hex(record.substr(0, 5)), "000007D064");
+  EXPECT_EQ(hex(record.substr(6, 5)), "0100000000");
+  EXPECT_EQ(hex(record.substr(15)), "7F7F");
+}
+
+TEST_F(Encoder, PacketHeader) {
+  const std::string record =
+      written([](char** at) { ProtocolVisitor::getInstance()->addPacketHeaderRecord(3, at); });
+  EXPECT_EQ(hex(record), hex(documentedRecords()["HEADER"]));
+  EXPECT_EQ(record.size(), static_cast<std::size_t>(ProtocolVisitor::kPacketHeaderSize));
+}
+
+class InitRecords : public Encoder {
+ protected:
+  void SetUp() override {
+    Encoder::SetUp();
+    setIdentity(velIdentity.nodeName, "node1");
+    AgentState::setAppServerVersion("6.1.0");
+    AgentState::setComponentId("dc-17");
+    AgentState::setAdminServerPort(8880);
+  }
+  void TearDown() override {
+    velIdentity = {};
+    AgentState::resetForTest();
+  }
+  std::string j2ee(JNIEnv* env) {
+    return written([&](char** at) { ProtocolVisitor::getInstance()->addJ2EEInitRecord(at, env); });
+  }
+  FakeJvm jvm;
+};
+
+TEST_F(InitRecords, J2eeWithTheServersOwnName) {
+  setIdentity(velIdentity.appServerName, "fallback");
+  jvm.defineClass("com/velora/probe/ProbeSystem")
+      .staticMethod("getAppServerName", "()Ljava/lang/String;",
+                    [](FakeCall&) { return FakeValue("cell1.node1.server1"); });
+  EXPECT_EQ(hex(j2ee(jvm.env())), hex(documentedRecords()["INIT_J2EE"]));
+  EXPECT_EQ(jvm.localRefs(), 0);
+}
+
+TEST_F(InitRecords, J2eeWithoutIt) {
+  setIdentity(velIdentity.appServerName, "server1");
+  AgentState::setAppServerVersion("8");
+  const auto record =
+      hex(bytes("65 C8 08 00 00 0005 64632D3137 0011 3C4E4F20434C5553544552204E414D"
+                "453E 0005 6E6F646531 0007 73657276657231 000022B0 7F7F"));
+  EXPECT_EQ(hex(j2ee(jvm.env())), record) << "no such class";
+  auto& system = jvm.defineClass("com/velora/probe/ProbeSystem");
+  EXPECT_EQ(hex(j2ee(jvm.env())), record) << "no such method";
+  system.staticMethod("getAppServerName", "()Ljava/lang/String;", [this](FakeCall& call) {
+    jvm.throwNew(call.env, "java/lang/IllegalStateException", "not yet");
+    return FakeValue(nullptr);
+  });
+  jvm.defineClass("java/lang/IllegalStateException");
+  EXPECT_EQ(hex(j2ee(jvm.env())), record) << "it raises";
+  EXPECT_EQ(jvm.attach().described, 3);
+  EXPECT_EQ(jvm.localRefs(), 0);
+}
+
+TEST_F(InitRecords, Standalone) {
+  setIdentity(velIdentity.appServerName, "batch");
+  AgentState::setComponentId("dc-18");
+  AgentState::setAdminServerPort(0);
+  const std::string record =
+      written([](char** at) { ProtocolVisitor::getInstance()->addStandaloneInitRecord(at); });
+  EXPECT_EQ(hex(record), hex(documentedRecords()["INIT_STANDALONE"]));
+}
