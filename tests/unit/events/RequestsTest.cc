@@ -1,0 +1,467 @@
+// The request API on threads of the fake JVM: depths, suppression, texts, and where events go.
+#include <algorithm>
+#include <functional>
+
+#include "Encoded.h"
+#include "core/AgentState.h"
+#include "delivery/LossLedger.h"
+#include "delivery/MemoryMonitor.h"
+#include "delivery/ThreadAdopter.h"
+#include "delivery/ThreadMgr.h"
+#include "events/EventUtils.h"
+#include "fake/FakeJvm.h"
+
+using namespace std::string_literals;
+
+// Takes every record, as an event agent would, and never drains it.
+struct Adopter : ThreadAdopter {
+  bool isReady() override { return ready; }
+  bool manageThreadData(ThreadData*) override { return true; }
+  bool ready = true;
+};
+
+class Requests : public testing::Test {
+ protected:
+  void SetUp() override {
+    jvm.givesProfiler();
+    AgentState::resetForTest();
+    AgentState::setProbeLevel(2);
+    threadAdopter = &adopter;
+    ThreadMgr::getInstance()->start();
+    env = jvm.startThread("worker").env();
+    MemoryMonitor::urlLimit_ = 1000;
+    MemoryMonitor::sqlLimit_ = 5000;
+    before = LossLedger::snapshot();
+  }
+  void TearDown() override {
+    ThreadMgr::getInstance()->stop();
+    threadAdopter = nullptr;
+    AgentState::resetForTest();
+    EXPECT_EQ(jvm.heldChars(), 0);
+    EXPECT_EQ(jvm.localRefs(), 0);
+  }
+  void suppressNested() {
+    AgentState::setProbeLevel(1);
+    disableNestedRequests = true;
+  }
+  ThreadData& thread() { return *ThreadMgr::getInstance()->getThreadData(env); }
+  jstring s(std::string_view text) { return jvm.string(text); }
+
+  // Everything that waits on the thread, oldest first.
+  std::vector<std::unique_ptr<Event>> take() {
+    std::vector<std::unique_ptr<Event>> events;
+    while (Event* e = thread().getEvtQueue()->pop()) {
+      events.emplace_back(e);
+      LossLedger::sent();
+    }
+    return events;
+  }
+  template <class E>
+  std::unique_ptr<E> takeOne() {
+    auto events = take();
+    EXPECT_EQ(events.size(), 1u);
+    E* const found = events.empty() ? nullptr : dynamic_cast<E*>(events.front().get());
+    if (!found) throw std::runtime_error("no such event");
+    events.front().release();
+    return std::unique_ptr<E>(found);
+  }
+
+  FakeJvm jvm;
+  Adopter adopter;
+  JNIEnv* env = nullptr;
+  LossLedger::Snapshot before;
+};
+
+static int depthOf(const Event& event) {
+  const auto record = written([&](char** at) { const_cast<Event&>(event).addToBuffer(at); });
+  return record.at(5);
+}
+
+struct Kind {
+  const char* name;
+  Event::EventType type;
+  std::function<void(JNIEnv*)> begin, end;
+};
+
+static std::vector<Kind> kinds() {
+  using U = EventUtils;
+  using E = Event;
+  const auto phase = [](auto operation) {
+    return std::pair(std::function<void(JNIEnv*)>([=](JNIEnv* e) { operation(e, E::START, 5); }),
+                     std::function<void(JNIEnv*)>([=](JNIEnv* e) { operation(e, E::END, 0); }));
+  };
+  std::vector<Kind> all = {
+      {"SQL", E::SQL, [](JNIEnv* e) { U::beginSQLRequest(e, nullptr, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endSQLRequest(e, nullptr, nullptr, nullptr); }},
+      {"JDBC", E::SQL, [](JNIEnv* e) { U::beginJDBCSQLRequest(e, nullptr, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endJDBCSQLRequest(e, nullptr, nullptr, nullptr); }},
+      {"JMS", E::JMS,
+       [](JNIEnv* e) { U::beginJMSRequest(e, E::JMS_SEND, nullptr, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endJMSRequest(e, E::JMS_SEND, nullptr, nullptr, nullptr); }},
+      {"JCA", E::JCA, [](JNIEnv* e) { U::beginJCARequest(e, nullptr); },
+       [](JNIEnv* e) { U::endJCARequest(e, nullptr); }},
+      {"JNDI", E::JNDI, [](JNIEnv* e) { U::beginJNDIRequest(e, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endJNDIRequest(e, nullptr, nullptr); }},
+      {"JDO", E::JDO, [](JNIEnv* e) { U::beginJDORequest(e, nullptr, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endJDORequest(e, nullptr, nullptr, nullptr); }},
+      {"mail", E::MAIL, [](JNIEnv* e) { U::beginJavaMailRequest(e, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endJavaMailRequest(e, nullptr, nullptr); }},
+      {"bean", E::EJB,
+       [](JNIEnv* e) { U::beginBeanRequest(e, nullptr, nullptr, nullptr, nullptr); },
+       [](JNIEnv* e) { U::endBeanRequest(e, nullptr, nullptr, nullptr, nullptr); }},
+      {"MQ", E::MQ, [](JNIEnv* e) { U::beginMQRequest(e, nullptr, nullptr, E::MQ_PUT); },
+       [](JNIEnv* e) { U::endMQRequest(e, nullptr, nullptr, E::MQ_PUT); }},
+      {"heap", E::HEAP, [](JNIEnv* e) { U::beginHeapAllocation(e, 1, 2, nullptr); },
+       [](JNIEnv* e) { U::endHeapAllocation(e, 1, 2, nullptr); }},
+      {"lock acquisition", E::LOCK_ACQUISITION,
+       [](JNIEnv* e) { U::beginLockAcquisition(e, 1, nullptr); },
+       [](JNIEnv* e) { U::endLockAcquisition(e, 1, nullptr); }},
+      {"lock release", E::LOCK_RELEASE, [](JNIEnv* e) { U::beginLockRelease(e, 1, nullptr); },
+       [](JNIEnv* e) { U::endLockRelease(e, 1, nullptr); }},
+      {"lock contention", E::LOCK_CONTENTION,
+       [](JNIEnv* e) { U::beginLockContention(e, 1, nullptr, 4, nullptr, nullptr, 2, 0); },
+       [](JNIEnv* e) { U::endLockContention(e, 1, nullptr, 4, nullptr, nullptr, 2, 0); }},
+      {"IIOP client", E::IIOP_CLIENT,
+       [](JNIEnv* e) {
+         U::appendCommonEvent(e, E::IIOP_CLIENT, E::START, nullptr, nullptr, nullptr);
+       },
+       [](JNIEnv* e) {
+         U::appendCommonEvent(e, E::IIOP_CLIENT, E::END, nullptr, nullptr, nullptr);
+       }},
+      {"IIOP server", E::IIOP_SERVER,
+       [](JNIEnv* e) {
+         U::appendCommonEvent(e, E::IIOP_SERVER, E::START, nullptr, nullptr, nullptr);
+       },
+       [](JNIEnv* e) {
+         U::appendCommonEvent(e, E::IIOP_SERVER, E::END, nullptr, nullptr, nullptr);
+       }},
+      {"gateway servlet", E::PORTAL_GATEWAY_SERVLET_REQUEST,
+       [](JNIEnv* e) { U::appendPortalGatewayServletRequestEvent(e, E::START); },
+       [](JNIEnv* e) { U::appendPortalGatewayServletRequestEvent(e, E::END); }},
+  };
+  for (const auto type : {E::PORTAL_PAGE, E::PORTAL_PORTLET})
+    all.push_back(
+        {type == E::PORTAL_PAGE ? "page" : "portlet", type,
+         [type](JNIEnv* e) {
+           U::appendPortalRequestEvent(e, type, E::START, nullptr, nullptr, nullptr, nullptr);
+         },
+         [type](JNIEnv* e) {
+           U::appendPortalRequestEvent(e, type, E::END, nullptr, nullptr, nullptr, nullptr);
+         }});
+  for (const auto& [name, type, operation] :
+       {std::tuple{"verb", E::DOVERBFOR, &U::appendDoVerbForRequestEvent},
+        std::tuple{"poll", E::POLLFOREVENTS, &U::appendPollForRequestEvent}})
+    all.push_back({name, type,
+                   [=, op = operation, t = type](JNIEnv* e) {
+                     op(e, t, E::START, nullptr, nullptr, nullptr);
+                   },
+                   [=, op = operation, t = type](JNIEnv* e) {
+                     op(e, t, E::END, nullptr, nullptr, nullptr);
+                   }});
+  const std::tuple<const char*, E::EventType, bool (*)(JNIEnv*, E::EventSubType, jbyte)> phases[] =
+      {
+          {"authentication", E::PORTAL_AUTHENTICATION, U::appendPortalAuthenticationRequestEvent},
+          {"authorization", E::PORTAL_AUTHORIZATION, U::appendPortalAuthorizationRequestEvent},
+          {"model", E::PORTAL_MODEL_BUILDING_REQUEST, U::appendPortalModelBuildingRequestEvent},
+          {"loading", E::PORTAL_PAGE_LOADING_REQUEST, U::appendPortalPageLoadingRequestEvent},
+          {"rendering", E::PORTAL_PAGE_RENDERING_REQUEST, U::appendPortalPageRenderingRequestEvent},
+          {"action", E::PORTAL_ACTION_REQUEST, U::appendPortalActionRequestEvent},
+      };
+  for (const auto& [name, type, operation] : phases) {
+    auto [begin, end] = phase(operation);
+    all.push_back({name, type, begin, end});
+  }
+  return all;
+}
+
+// A START whose texts are null would be a record that the server cannot read.
+TEST_F(Requests, EveryKindOpensAndClosesALevelWithWholeRecords) {
+  AgentState::setProbeLevel(2);
+  for (const Kind& kind : kinds()) {
+    SCOPED_TRACE(kind.name);
+    CommonEvent::resetMethodIDMap();
+    thread().servletDepth_ = 3;
+    jvm.cpuNanoseconds = 5;
+    kind.begin(env);
+    EXPECT_EQ(thread().servletDepth_, 4);
+    kind.end(env);
+    EXPECT_EQ(thread().servletDepth_, 3);
+    const auto events = take();
+    ASSERT_EQ(events.size(), 2u);
+    for (const auto& e : events) {
+      EXPECT_EQ(e->getType(), kind.type);
+      EXPECT_EQ(e->env_, env);
+      EXPECT_NE(e->timeSec_, 0u);
+      EXPECT_EQ(depthOf(*e), 4);
+    }
+    EXPECT_EQ(events[0]->getSubType(), Event::START);
+    EXPECT_EQ(events[1]->getSubType(), Event::END);
+    EXPECT_LE(events[0]->cpuTime_, events[1]->cpuTime_);
+  }
+}
+
+TEST_F(Requests, EndWithoutBeginIsReportedAndLeavesDepthZero) {
+  for (const Kind& kind : kinds()) {
+    SCOPED_TRACE(kind.name);
+    kind.end(env);
+    EXPECT_EQ(thread().servletDepth_, 0);
+    EXPECT_EQ(thread().dataSrcSQLDepth_, 0);
+    const auto events = take();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0]->getSubType(), Event::END);
+    EXPECT_EQ(depthOf(*events[0]), 0);
+  }
+}
+
+TEST_F(Requests, NestedOnesMakeNoEventsWhenSwitchedOff) {
+  suppressNested();
+  for (const Kind& kind : kinds()) {
+    SCOPED_TRACE(kind.name);
+    kind.begin(env);  // outside a request: reported
+    kind.end(env);
+    EXPECT_EQ(take().size(), 2u);
+
+    EventUtils::beginHttpRequest(env, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(take().size(), 1u);
+    kind.begin(env);
+    kind.begin(env);
+    EXPECT_EQ(thread().nestedRequestDepth_, 2);
+    kind.end(env);
+    kind.end(env);
+    EXPECT_EQ(thread().nestedRequestDepth_, 0);
+    EXPECT_EQ(thread().servletDepth_, 1);
+    EXPECT_EQ(take().size(), 0u);
+    EventUtils::endHttpRequest(env, nullptr);
+    EXPECT_EQ(takeOne<ServletEvent>()->servletDepth, 1);
+  }
+}
+
+TEST_F(Requests, LevelTwoReportsNestedOnesWhateverTheSwitch) {
+  suppressNested();
+  AgentState::setProbeLevel(2);
+  EventUtils::beginHttpRequest(env, nullptr, nullptr, nullptr, nullptr);
+  EventUtils::beginJNDIRequest(env, nullptr, nullptr);
+  EXPECT_EQ(take().size(), 2u);
+}
+
+TEST_F(Requests, HttpStartFinishAndError) {
+  EventUtils::beginHttpRequest(env, s("n"), s("app"), s("/u"), s("anna"));
+  const auto start = takeOne<ServletEvent>();
+  EXPECT_EQ(start->getSubType(), Event::START);
+  EXPECT_STREQ(start->request_name.get(), "n");
+  EXPECT_STREQ(start->application_name.get(), "app");
+  EXPECT_STREQ(start->url.get(), "/u");
+  EXPECT_STREQ(start->userName.get(), "anna");
+
+  struct Close {
+    const char* why;
+    bool error;
+    const char* name;
+    int depth, depthAfter, reported;  // reported 0: no event
+  };
+  const Close cases[] = {
+      {"finish", false, "n", 3, 2, 3},
+      {"finish of no name", false, nullptr, 1, 0, 1},
+      {"cancel closes all", false, "JSP_CANCEL_REQUEST", 3, 0, 1},
+      {"a name as long as that", false, "JSP_CANCEL_REQUES?", 3, 2, 3},
+      {"finish without start", false, "n", 0, 0, 0},
+      {"error", true, "n", 2, 1, 2},
+      {"error that cancels", true, "JSP_CANCEL_REQUEST", 3, 0, 1},
+      {"error without start", true, "n", 0, 0, 0},
+  };
+  for (const Close& c : cases) {
+    SCOPED_TRACE(c.why);
+    thread().servletDepth_ = c.depth;
+    const jstring name = c.name ? s(c.name) : nullptr;
+    const bool queued = c.error ? EventUtils::errorHttpRequest(env, name, s("app"), s("err"))
+                                : EventUtils::endHttpRequest(env, name);
+    EXPECT_EQ(thread().servletDepth_, c.depthAfter);
+    EXPECT_EQ(queued, c.reported > 0);
+    if (!c.reported) continue;
+    const auto e = takeOne<ServletEvent>();
+    EXPECT_EQ(e->getSubType(), c.error ? Event::ERRORS : Event::END);
+    EXPECT_EQ(e->servletDepth, c.reported);
+    EXPECT_EQ(e->url ? e->url.get() : "none"s, c.error ? "err" : "none");
+  }
+}
+
+TEST_F(Requests, ServletInsideAServletWhenSwitchedOff) {
+  suppressNested();
+  EventUtils::beginHttpRequest(env, s("a"), s(""), s(""), s(""));
+  EventUtils::beginHttpRequest(env, s("b"), s(""), s(""), s(""));
+  EventUtils::endHttpRequest(env, s("b"));
+  EventUtils::endHttpRequest(env, s("a"));
+  const auto events = take();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(depthOf(*events[1]), 1);
+  EXPECT_EQ(thread().servletDepth_, 0);
+}
+
+TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
+  const std::tuple<const char*, long, std::string, std::string> cases[] = {
+      {"fits with its terminator", 6, "12345", "12345"},
+      {"one byte too long", 6, "123456", "12345"},
+      {"not inside a character", 6, "1234\xC3\xA9", "1234"},
+      {"no room at all", 1, "1", ""},
+      {"a limit of nothing", 0, "1", ""},
+      {"a senseless limit", -5, "1", ""},
+      {"empty", 6, "", ""},
+  };
+  for (const auto& [why, limit, sql, kept] : cases) {
+    SCOPED_TRACE(why);
+    const auto cutBefore = LossLedger::snapshot().of(LossCause::cutText);
+    MemoryMonitor::sqlLimit_ = limit;
+    EventUtils::beginSQLRequest(env, nullptr, s(sql), s("ds"));
+    const auto e = takeOne<SQLEvent>();
+    EXPECT_EQ(e->sql.get(), kept);
+    EXPECT_STREQ(e->data_source_name.get(), "ds");
+    EXPECT_EQ(LossLedger::snapshot().of(LossCause::cutText) - cutBefore, sql != kept);
+  }
+  MemoryMonitor::urlLimit_ = 4;
+  EventUtils::beginHttpRequest(env, s("name"), s("app"), s("/long"), nullptr);
+  EXPECT_STREQ(takeOne<ServletEvent>()->url.get(), "/lo");
+}
+
+TEST_F(Requests, DriverBelowADataSourceIsSilent) {
+  EventUtils::beginSQLRequest(env, nullptr, s("x"), s("ds"));
+  EXPECT_FALSE(EventUtils::beginJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
+  EXPECT_FALSE(EventUtils::endJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
+  EXPECT_EQ(thread().dataSrcSQLDepth_, 1);
+  EventUtils::endSQLRequest(env, nullptr, s("x"), s("ds"));
+  EXPECT_EQ(take().size(), 2u);
+  EXPECT_TRUE(EventUtils::beginJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
+}
+
+TEST_F(Requests, WeightsThatFollowTheTexts) {
+  EventUtils::beginJMSRequest(env, Event::JMS_RECEIVE, s("broker"), s("queue"), s("selector"));
+  EXPECT_EQ(takeOne<JMSEvent>()->size_, 56 + 6 + 5);
+  EventUtils::beginJMSRequest(env, Event::JMS_RECEIVE, s(std::string(40'000, 'x')), nullptr,
+                              nullptr);
+  EXPECT_EQ(takeOne<JMSEvent>()->size_, 32'767);
+  EventUtils::beginSQLRequest(env, nullptr, s("select"), s("ds"));
+  EXPECT_EQ(takeOne<SQLEvent>()->size_, MemoryMonitor::getSQLSize());
+}
+
+TEST_F(Requests, CrossProcessCalls) {
+  EventUtils::beginGpsInvoke(env);
+  const auto invoke = takeOne<GPSEvent>();
+  EXPECT_EQ(invoke->getSubType(), Event::START);
+  EXPECT_EQ(invoke->servletDepth, 1);
+  EXPECT_EQ(std::memcmp(invoke->request_name.get(), thread().gpsToken_.get(), 4), 0);
+  EventUtils::endGpsInvoke(env);
+  EXPECT_EQ(takeOne<GPSEvent>()->servletDepth, 1);
+  EXPECT_EQ(thread().servletDepth_, 0);
+
+  const std::pair<const char*, const char*> tokens[] = {
+      {"500003E8", "500003E8"}, {"7f", "0000007F"},  {"", "00000000"},
+      {"xyz", "00000000"},      {"12 ", "00000000"}, {"123456789", "00000000"},
+  };
+  for (const auto& [given, carried] : tokens) {
+    EventUtils::beginGpsReceive(env, s(given));
+    const auto received = takeOne<GPSEvent>();
+    EXPECT_EQ(received->getSubType(), Event::CONNECT);
+    EXPECT_EQ(hex({received->request_name.get(), 4}), carried) << given;
+    EventUtils::completeGpsReceive(env);
+    const auto complete = takeOne<GPSEvent>();
+    EXPECT_EQ(complete->getSubType(), Event::COMPLETE);
+    EXPECT_EQ(complete->servletDepth, 1);
+    EXPECT_EQ(thread().servletDepth_, 0);
+  }
+}
+
+TEST_F(Requests, TokenOfAMessageIsOneStartAndItsEnd) {
+  const jbyte token[] = {1, 2, 3};
+  thread().servletDepth_ = 1;
+  EXPECT_TRUE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_PUT, token, 3));
+  const auto events = take();
+  ASSERT_EQ(events.size(), 2u);
+  const auto& start = dynamic_cast<GPSMQEvent&>(*events[0]);
+  EXPECT_EQ(start.depth, 2);
+  EXPECT_EQ(start.arrLength, 3);
+  EXPECT_EQ(start.gpsToken[2], 3);
+  EXPECT_STREQ(start.queueName.get(), "Q");
+  EXPECT_EQ(events[1]->getSubType(), Event::END);
+  EXPECT_EQ(thread().servletDepth_, 1);
+  EXPECT_FALSE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_INQ, token, 3));
+  EXPECT_TRUE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_PUT, nullptr, 3));
+  EXPECT_EQ(take().size(), 2u);
+}
+
+TEST_F(Requests, GatewayPageIsTheGivenOneOrTheThreads) {
+  const auto end = [&] {
+    return EventUtils::appendPortalGatewayServletRequestEvent(env, Event::END);
+  };
+  end();
+  EXPECT_EQ(takeOne<PortalGatewayServletEvent>()->pageName, nullptr);
+  thread().setPortalPageName(text("Home").release());
+  end();
+  EXPECT_STREQ(takeOne<PortalGatewayServletEvent>()->pageName.get(), "Home");
+  EventUtils::appendPortalGatewayServletRequestEvent(env, Event::END, s("News"));
+  EXPECT_STREQ(takeOne<PortalGatewayServletEvent>()->pageName.get(), "News");
+}
+
+TEST_F(Requests, SingleReportsChangeNoDepth) {
+  thread().servletDepth_ = 2;
+  const jint levels[] = {1, 2, 3, 4};
+  EventUtils::appendSamplingRateEvent(env, levels, 1);
+  EXPECT_EQ(takeOne<SamplingEvent>()->probeLevels[3], 4);
+  EventUtils::appendMQIEvent(env, s("m"), nullptr, 7, new jbyte[1]{1}, new jint[1]{2},
+                             new jlong[1]{3}, 1);
+  EXPECT_STREQ(takeOne<MQIEvent>()->queueName.get(), "");
+  EventUtils::appendKGWEvent(env, s("g"), s("s"), s("p"), 1, 2, 3);
+  EXPECT_EQ(takeOne<KGWEvent>()->avgTimeTaken, 3);
+  EventUtils::appendExceptionEvent(env, s("e"), nullptr, nullptr, s("at"));
+  EXPECT_STREQ(takeOne<ExceptionEvent>()->stacktrace.get(), "at");
+  EventUtils::appendPSStatusRecEvent(env, s("up"));
+  EXPECT_STREQ(takeOne<PSStatusEvent>()->status_.get(), "up");
+  EventUtils::appendDroppedRecEvent(env);
+  EXPECT_EQ(takeOne<DroppedEvent>()->getSubType(), Event::NOSTYPE);
+  const jbyte method = 5;
+  EventUtils::appendPortalMethodConstantEvent(env, &method, "render");
+  EXPECT_EQ(takeOne<PortalMethodConstantEvent>()->methodId, 5);
+  EventUtils::appendPortalCredentialVaultEvent(env, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10);
+  EXPECT_EQ(takeOne<PortalCredentialVaultEvent>()->deleteSlotAvgTime, 10);
+  EventUtils::appendPortalContentAccessEvent(env, 1, 2, 3, 4, 5, 6, 7, 8);
+  EXPECT_EQ(takeOne<PortalContentAccessEvent>()->includeAvgTime, 8);
+  EventUtils::issueTraceRequest(env);
+  const auto trace = takeOne<TraceEvent>();
+  EXPECT_STREQ(trace->request_name.get(), "system_trace");
+  EXPECT_STREQ(trace->application_name.get(), "trace_app");
+  EXPECT_EQ(thread().servletDepth_, 2);
+}
+
+TEST_F(Requests, SendRequestKeepsWhatIsThere) {
+  auto* e = new PortalPageEvent(Event::START);
+  e->request_name = text("mine");
+  EventUtils::sendRequest(env, nullptr, e, s("other"), nullptr, s("/u"));
+  const auto page = takeOne<PortalPageEvent>();
+  EXPECT_STREQ(page->request_name.get(), "mine");
+  EXPECT_STREQ(page->application_name.get(), "");
+  EXPECT_STREQ(page->userName.get(), "");
+
+  EventUtils::sendRequest(env, nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
+  EXPECT_EQ(takeOne<GPSEvent>()->request_name, nullptr) << "a name is no token";
+}
+
+TEST_F(Requests, CpuTimeNeverGoesBack) {
+  thread().saveAndTestCPUTime(jlong{1} << 60);
+  EventUtils::beginJCARequest(env, nullptr);
+  EXPECT_EQ(takeOne<JCAEvent>()->cpuTime_, jlong{1} << 60);
+}
+
+TEST_F(Requests, EveryEventIsCountedOnce) {
+  EventUtils::beginJCARequest(env, nullptr);
+  EventUtils::endJCARequest(env, nullptr);
+  EXPECT_EQ((LossLedger::snapshot() - before).created, 2u);
+  EXPECT_EQ((LossLedger::snapshot() - before).queued(), 2u);
+  take();
+
+  adopter.ready = false;  // a thread that gets no record
+  JNIEnv* const other = jvm.startThread("other").env();
+  EXPECT_FALSE(EventUtils::beginJCARequest(other, nullptr));
+  EXPECT_FALSE(EventUtils::endHttpRequest(other, nullptr));  // makes none
+  const auto counted = LossLedger::snapshot() - before;
+  EXPECT_EQ(counted.created, 3u);
+  EXPECT_EQ(counted.of(LossCause::noThread), 1u);
+  EXPECT_EQ(counted.queued(), 0u);
+}
