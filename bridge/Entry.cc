@@ -1,4 +1,5 @@
 #include <cstring>
+#include <exception>
 #include <string>
 
 #include "Events.h"
@@ -45,13 +46,17 @@ static bool runAgent(const Options& options) try {
   return false;
 }
 
-static bool load(JavaVM* vm, const char* text, void (*beforeAgent)()) {
+static bool load(JavaVM* vm, const char* text, void (*beforeAgent)()) try {
   const Options options = readOptions(text);
   if (!setUp(vm)) return false;
   wrapVm(vm);
   beforeAgent();
   if (options.javaSide) addBootJar();
   if (runAgent(options)) return true;
+  stopDelivery();
+  return false;
+} catch (const std::exception& e) {
+  complain("the server runs without the agent: %s", e.what());
   stopDelivery();
   return false;
 }

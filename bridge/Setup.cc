@@ -1,5 +1,7 @@
 #include "Setup.h"
 
+#include <exception>
+
 #include "ClassEvents.h"
 #include "Delivery.h"
 #include "Events.h"
@@ -34,14 +36,26 @@ static void JNICALL onVmDeath(jvmtiEnv*, JNIEnv* env) {
   endDelivery();
 }
 
+// No exception may reach the JVM: what an allocation failure costs is one event.
+template <auto callback>
+struct Fenced;
+template <class... Args, void(JNICALL* callback)(Args...)>
+struct Fenced<callback> {
+  static void JNICALL call(Args... args) noexcept try {
+    callback(args...);
+  } catch (const std::exception& e) {
+    complain("an event is lost: %s", e.what());
+  }
+};
+
 static bool setCallbacks() {
   jvmtiEventCallbacks callbacks{};
-  callbacks.VMInit = onVmInit;
-  callbacks.VMDeath = onVmDeath;
-  callbacks.ThreadStart = onThreadStart;
-  callbacks.ThreadEnd = onThreadEnd;
-  callbacks.ClassFileLoadHook = onClassFileLoadHook;
-  callbacks.ClassPrepare = onClassPrepare;
+  callbacks.VMInit = Fenced<onVmInit>::call;
+  callbacks.VMDeath = Fenced<onVmDeath>::call;
+  callbacks.ThreadStart = Fenced<onThreadStart>::call;
+  callbacks.ThreadEnd = Fenced<onThreadEnd>::call;
+  callbacks.ClassFileLoadHook = Fenced<onClassFileLoadHook>::call;
+  callbacks.ClassPrepare = Fenced<onClassPrepare>::call;
   callbacks.GarbageCollectionStart = [](jvmtiEnv*) { noteGc(true); };
   callbacks.GarbageCollectionFinish = [](jvmtiEnv*) { noteGc(false); };
   if (jvm.jvmti->SetEventCallbacks(&callbacks, sizeof callbacks) != JVMTI_ERROR_NONE) return false;

@@ -25,17 +25,27 @@ static jint JNICALL getEnv(JavaVM*, void** env, jint version) {
   return jvm.real->GetEnv(env, version);
 }
 
+// Attaching a thread before the JVM runs Java code crashes it.
+static bool canAttach() {
+  if (!jvm.is(Phase::loading)) return true;
+  jvmtiPhase phase{};
+  return jvm.jvmti->GetPhase(&phase) == JVMTI_ERROR_NONE && phase != JVMTI_PHASE_ONLOAD &&
+         phase != JVMTI_PHASE_PRIMORDIAL;
+}
+
+static jint JNICALL attach(JavaVM*, void** env, void* arguments) {
+  return canAttach() ? jvm.real->AttachCurrentThread(env, arguments) : JNI_ERR;
+}
+
+static jint JNICALL attachAsDaemon(JavaVM*, void** env, void* arguments) {
+  return canAttach() ? jvm.real->AttachCurrentThreadAsDaemon(env, arguments) : JNI_ERR;
+}
+
 static const JNIInvokeInterface_ functions = {
-    nullptr,
-    nullptr,
-    nullptr,
-    [](JavaVM*) { return jvm.real->DestroyJavaVM(); },
-    [](JavaVM*, void** env, void* args) { return jvm.real->AttachCurrentThread(env, args); },
-    [](JavaVM*) { return jvm.real->DetachCurrentThread(); },
-    getEnv,
-    [](JavaVM*, void** env, void* args) {
-      return jvm.real->AttachCurrentThreadAsDaemon(env, args);
-    },
+    nullptr, nullptr,
+    nullptr, [](JavaVM*) { return jvm.real->DestroyJavaVM(); },
+    attach,  [](JavaVM*) { return jvm.real->DetachCurrentThread(); },
+    getEnv,  attachAsDaemon,
 };
 
 static constinit JavaVM_ wrapper{nullptr};

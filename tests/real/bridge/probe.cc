@@ -164,6 +164,8 @@ extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* given, char* options, void*
   if (mode("load=fail")) return -1;
   vm = given;
   void* table = nullptr;
+  if (vm->AttachCurrentThreadAsDaemon(&table, nullptr) == 0 && !mode("attach"))
+    say("a thread was attached while the JVM loads");
   if (vm->GetEnv(&table, 0x10000003) != JNI_EVERSION) say("an unknown JVMPI was offered");
   if (vm->GetEnv(&table, JVMPI_VERSION_1_1) != JNI_OK) return -1;
   jvmpi = static_cast<JVMPI_Interface*>(table);

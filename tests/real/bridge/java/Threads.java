@@ -131,6 +131,26 @@ public final class Threads {
     Probe.check(Probe.jvmmiCount(0) >= 200 && Probe.jvmmiCount(1) >= 200, "JVMMI threads");
   }
 
+  /** Natives on a virtual thread see its carrier's env, and the stack that they were called on. */
+  private static void virtualThread() throws Exception {
+    java.lang.reflect.Method start;
+    try {
+      start = Thread.class.getMethod("startVirtualThread", Runnable.class);
+    } catch (NoSuchMethodException e) {
+      return; // an older JDK
+    }
+    String[] trace = new String[1];
+    int[] status = new int[1];
+    Runnable body =
+        () -> {
+          status[0] = Probe.status(Probe.env());
+          trace[0] = Probe.trace(Probe.env(), 64);
+        };
+    ((Thread) start.invoke(null, body)).join();
+    Probe.check(status[0] != 0, "the carrier is unknown");
+    Probe.check(trace[0].contains(" Threads.lambda$virtualThread"), "virtual trace " + trace[0]);
+  }
+
   public static void main(String[] args) throws Exception {
     Probe.checkEquals("main|main|system", Probe.started(Probe.env()), "main");
     Probe.check(Probe.started(Probe.envNamed("Finalizer")).endsWith("|system|"), "older thread");
@@ -138,6 +158,7 @@ public final class Threads {
     ownTrace();
     states();
     reuse();
+    virtualThread();
     long before = Probe.cpuTime();
     for (int i = 0; i < 1000; i++) Probe.env();
     Probe.check(Probe.cpuTime() > before, "CPU time stands still");
