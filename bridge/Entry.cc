@@ -12,8 +12,7 @@
 
 // The doors of a current JVM. The agent behind them is entered through its own, JVM_OnLoad.
 
-extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* vm, char* options, void* reserved)
-    __attribute__((weak));
+extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* vm, char* options, void* reserved);
 
 namespace bridge {
 
@@ -32,10 +31,6 @@ static bool alreadyLoaded() {
 }
 
 static bool runAgent(const Options& options) try {
-  if (!JVM_OnLoad) {
-    complain("this library holds no agent");
-    return false;
-  }
   // Kept: the agent may hold on to its option string.
   char* text = options.forAgent.empty() ? nullptr : strdup(options.forAgent.c_str());
   if (JVM_OnLoad(wrappedVm(), text, nullptr) == JNI_OK) return true;
