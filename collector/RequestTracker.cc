@@ -28,8 +28,8 @@ static std::string textOf(const Record& record, std::string_view name) {
 static std::string labelOf(const Record& record) {
   std::string label = textOf(record, "url");
   if (label.empty()) label = textOf(record, "request_name");
-  if (const Value* sql = record.find("sql")) {
-    return cut(plainText(record.raw(*sql)).utf8) + " [" + textOf(record, "data_source_name") + "]";
+  if (record.find("sql")) {
+    return cut(textOf(record, "sql")) + " [" + cut(textOf(record, "data_source_name")) + "]";
   }
   if (!label.empty()) return cut(std::move(label));
   for (const Value& value : record.values) {

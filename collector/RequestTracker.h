@@ -14,7 +14,7 @@ namespace collector {
 
 struct Call {
   std::string_view kind;  // the record's name without _START
-  std::string label;      // what was called; at most kMaxLabel bytes of valid UTF-8
+  std::string label;      // what was called, in valid UTF-8; each part is cut to kMaxLabel bytes
   std::string user;
   std::uint32_t thread = 0;
   std::uint8_t depth = 0;
