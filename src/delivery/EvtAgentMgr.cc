@@ -14,11 +14,7 @@
 
 static InstanceSlot<EvtAgentMgr> slot;
 
-EvtAgentMgr* EvtAgentMgr::getInstance() {
-  EvtAgentMgr* instance = slot.getOrCreate();
-  threadAdopter = instance;
-  return instance;
-}
+EvtAgentMgr* EvtAgentMgr::getInstance() { return slot.getOrCreate(); }
 
 EvtAgentMgr* EvtAgentMgr::getIfPresent() { return slot.get(); }
 
@@ -41,6 +37,7 @@ void EvtAgentMgr::start() {
   VEL_TRACE();
   createData();
   start_ = true;
+  threadAdopter = this;
   NetworkAgentMgr::getInstance()->registerConnectionInitListener(this);
   logInfo({1046, "EvtAgentManager started..."});
 }

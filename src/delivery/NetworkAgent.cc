@@ -13,6 +13,8 @@ Published<ConnectionListener> connectionListener;
 
 // Failed look-ups of one series that are said; then the log is silent.
 constexpr int kLookupsSaid = 5;
+// Pause of an agent in a hurry that has nothing to write.
+constexpr long kHurryPauseMs = 5;
 
 NetworkAgent::NetworkAgent()
     : VeloraBase("NetworkAgent"),
@@ -119,7 +121,7 @@ void NetworkAgent::endLoop() {
 
 void NetworkAgent::pause() {
   if (hurry_ && dataQueue_.size() > 0) return;
-  queueFullLock_->pause(publishFrequency_, start_);
+  queueFullLock_->pause(hurry_ ? kHurryPauseMs : publishFrequency_, start_);
 }
 
 std::unique_ptr<NetworkAgentData> NetworkAgent::nextPacket() {

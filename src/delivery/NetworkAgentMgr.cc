@@ -13,12 +13,7 @@ Published<QueuedBytes> queuedBytes;
 
 static InstanceSlot<NetworkAgentMgr> slot;
 
-NetworkAgentMgr* NetworkAgentMgr::getInstance() {
-  NetworkAgentMgr* instance = slot.getOrCreate();
-  packetSink = instance;
-  queuedBytes = instance;
-  return instance;
-}
+NetworkAgentMgr* NetworkAgentMgr::getInstance() { return slot.getOrCreate(); }
 
 NetworkAgentMgr* NetworkAgentMgr::getIfPresent() { return slot.get(); }
 
@@ -43,6 +38,8 @@ void NetworkAgentMgr::start() {
   VEL_TRACE();
   createData();
   start_ = true;
+  packetSink = this;
+  queuedBytes = this;
   logInfo({1066, "NetworkAgentManager started"});
 }
 

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "delivery/EventAgent.h"
+#include "delivery/EvtAgentMgr.h"
+#include "delivery/LossLedger.h"
+#include "delivery/LossReport.h"
+#include "delivery/MemoryMonitor.h"
+#include "delivery/NetworkAgentMgr.h"
+#include "delivery/PacketSink.h"
+#include "delivery/ThreadAdopter.h"
+#include "delivery/ThreadData.h"
+#include "delivery/ThreadMgr.h"
+#include "events/Events.h"
+#include "fake/FakeJvm.h"
+
+// One JVM for the whole program: the agent keeps its look-up class for the life of the process.
+FakeJvm& theJvm();
+
+// A network that takes packets, or does not, as the test says.
+class FakeSink : public PacketSink {
+ public:
+  struct Packet {
+    std::string bytes;
+    int events;
+    unsigned connection;
+  };
+  unsigned connectionOf(void*) override { return connection; }
+  bool sendPacket(void*, const char* buf, int length, int events, unsigned on) override;
+  void hurry(bool) override {}
+
+  unsigned connection = 1;
+  bool accepts = true;
+  std::vector<Packet> packets;
+  int refused = 0;
+};
+
+// What the message log was told: numbers, and whole texts.
+struct Said {
+  static Said& now();
+  std::vector<int> numbers;
+  std::vector<std::string> texts;
+  int count(int number) const;
+  bool text(const std::string& part) const;
+};
+
+// Fresh managers for every test. Waits are calls of `onPause`, so nothing sleeps.
+class Delivery : public ::testing::Test {
+ public:
+  static std::function<void(long)> onPause;
+
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  void set(const char* key, const char* value);
+  void startManagers();  // all of them, with `sink` as the network
+  void collecting();     // the probe is on
+  ThreadData* thread(JNIEnv* env) { return ThreadMgr::getInstance()->getThreadData(env); }
+  JNIEnv* newEnv();       // an address that no thread had before
+  void expectBalanced();  // the ledger's queue is what is found in queues
+
+  LossLedger::Snapshot since() const { return LossLedger::snapshot() - before_; }
+
+  FakeSink sink;
+  static Said& said() { return Said::now(); }
+  std::string home;
+
+ private:
+  LossLedger::Snapshot before_;
+};
+
+std::unique_ptr<SQLEvent> sqlStart(std::size_t textLength = 4);
+void append(ThreadData* thr, int count, Event::EventSubType subType = Event::START);
+// The events in a thread's queue now.
+std::vector<Event*> queued(ThreadData* thr);

@@ -1,0 +1,159 @@
+// The event-agent manager, its pool and its leader.
+#include <string>
+
+#include "delivery/Delivery.h"
+#include "instrument/ClassTable.h"
+
+class Pool : public Delivery {
+ protected:
+  void start(const char* size) {
+    set("eventagent.pool.size", size);
+    startManagers();
+  }
+  // Runs agent 0 for some cycles on this thread; `each` is called in the pause of each.
+  void lead(int cycles, std::function<void(int)> each = {}) {
+    onPause = [=, this, n = std::make_shared<int>(0)](long) {
+      if (each) each(*n);
+      if (++*n >= cycles) agents()->stopEvtAgent(0);
+    };
+    agents()->startEvtAgent(theJvm().env(), 0);
+    onPause = nullptr;
+  }
+  static EvtAgentMgr* agents() { return EvtAgentMgr::getInstance(); }
+};
+
+TEST_F(Pool, ImproperIdsAreIgnored) {
+  start("2");
+  for (const int id : {-1, 2, 1000}) {
+    agents()->startEvtAgent(theJvm().env(), id);
+    agents()->stopEvtAgent(id);
+  }
+  EXPECT_EQ(agents()->getEvtAgentCount(), 2);
+}
+
+TEST_F(Pool, InitRecordsComeFirstOnAConnection) {
+  start("1");
+  lead(3, [this](int cycle) {
+    if (cycle == 1) agents()->notifySocketStatus();
+    if (cycle == 1) ++sink.connection;
+  });
+  // Cycle 0: init records, then a packet with the sampling rates; cycle 1 anew; cycle 2 empty.
+  ASSERT_EQ(sink.packets.size(), 5u);
+  for (const std::size_t init : {0u, 2u}) {
+    EXPECT_EQ(sink.packets[init].bytes.substr(0, 5), std::string("\0\0\7\xD0\x64", 5));
+    EXPECT_EQ(sink.packets[init].events, 0);
+    EXPECT_GE(sink.packets[init + 1].events, 1);
+  }
+  EXPECT_EQ(sink.packets[4].bytes, "");
+}
+
+TEST_F(Pool, AConnectionRenewedWhileAPacketIsMadeRefusesIt) {
+  start("1");
+  class Renewing : public FakeSink {
+   public:
+    bool sendPacket(void* client, const char* buf, int length, int events, unsigned on) override {
+      if (++offered == 4) {
+        EvtAgentMgr::getInstance()->notifySocketStatus();
+        ++connection;
+      }
+      return FakeSink::sendPacket(client, buf, length, events, on);
+    }
+    int offered = 0;
+  } renewing;
+  packetSink = &renewing;
+  lead(4);
+  EXPECT_GE(renewing.packets.size(), 4u);
+  EXPECT_EQ(renewing.refused, 1);
+  unsigned connection = 0;
+  for (const FakeSink::Packet& packet : renewing.packets) {
+    const bool init = packet.bytes.starts_with(std::string("\0\0\7\xD0", 4));
+    EXPECT_EQ(init, packet.connection != connection);
+    connection = packet.connection;
+  }
+  EXPECT_EQ(connection, 2u);
+}
+
+TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
+  start("1");
+  initClassTableLock();
+  initMethodTableLock();
+  createMethodTable();
+  createClassTable();
+  auto* typed = new jclass_t;
+  typed->class_name = std::make_unique<char[]>(2);
+  typed->class_name[0] = 'A';
+  typed->type = 1;
+  auto* untyped = new jclass_t;
+  untyped->class_name = std::make_unique<char[]>(1);
+  for (jclass_t* entry : {typed, untyped}) entry->addToClassTable();
+  static int asked = 0;
+  theJvm()
+      .defineClass("com/velora/bcm/bootstrap/BcmRoot")
+      .staticMethod("sendAllClassEvents", "()V", [](FakeCall& call) -> FakeValue {
+        ++asked;
+        theJvm().throwNew(call.env, "java/lang/IllegalStateException", "described and cleared");
+        return {};
+      });
+  lead(2, [this](int cycle) {
+    if (cycle == 0) agents()->notifySocketStatus();
+  });
+  EXPECT_EQ(asked, 1);
+  ASSERT_GE(sink.packets.size(), 2u);
+  EXPECT_EQ(sink.packets[1].events, 2) << "the class that has a type, and the sampling rates";
+  EXPECT_EQ(since().of(LossCause::reconnected), 1u) << "the init step's sampling rates";
+  EXPECT_EQ(sink.packets[1].bytes[7], 1) << "a class-load record";
+  EXPECT_EQ(theJvm().localRefs(), 0);
+  deleteClassTable();
+  deleteMethodTable();
+  endClassTableLock();
+}
+
+TEST_F(Pool, OthersWaitForTheLeadersInitialData) {
+  start("2");
+  lead(1, [&](int) {
+    EventAgent* leader = nullptr;
+    EventAgent other(1);
+    EXPECT_TRUE(agents()->canSendData(&other));
+    agents()->notifySocketStatus();
+    EXPECT_FALSE(agents()->canSendData(&other));
+    EXPECT_TRUE(agents()->canSendData(leader) || !agents()->isLeader(leader));
+    agents()->resendDataDone(true);
+    EXPECT_FALSE(agents()->canSendData(&other)) << "the leader has not resent yet";
+  });
+  EventAgent other(1);
+  EXPECT_TRUE(agents()->canSendData(&other));
+  sink.connection = 0;
+  EXPECT_FALSE(agents()->canSendData(&other));
+}
+
+TEST_F(Pool, ThreadsGoToTheAgentsInTurnOrToTheOneThatRuns) {
+  start("2");
+  EXPECT_FALSE(agents()->isReady()) << "the leader does not run";
+  EXPECT_EQ(thread(newEnv()), nullptr);
+  lead(1, [&](int) {
+    EXPECT_TRUE(agents()->isReady());
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(agents()->getRoundRobinIndex(), 0);
+    EXPECT_NE(thread(newEnv()), nullptr);
+    EXPECT_FALSE(agents()->manageThreadData(nullptr));
+  });
+  EXPECT_FALSE(agents()->isReady());
+}
+
+TEST_F(Pool, BothRunAndThreadsAlternate) {
+  start("2");
+  onPause = nullptr;
+  std::vector<int> given;
+  lead(1, [&](int) {
+    if (!given.empty()) return;
+    given.push_back(-1);
+    // The second agent's loop, begun inside the first one's pause; its own pause ends it.
+    onPause = [&](long) {
+      for (int i = 0; i < 4; ++i) given.push_back(agents()->getRoundRobinIndex());
+      agents()->stopEvtAgent(1);
+    };
+    FakeThread& second = theJvm().startThread("agent 1");
+    agents()->startEvtAgent(second.env(), 1);
+    agents()->stopEvtAgent(0);
+  });
+  EXPECT_EQ(given, (std::vector<int>{-1, 0, 1, 0, 1}));
+}
