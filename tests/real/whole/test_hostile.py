@@ -95,7 +95,7 @@ class Hostile(unittest.TestCase):
             source = pathlib.Path(os.environ["VELORA_DIST"]) / "lib"
             for name in ("libvelora.so", "velora-boot.jar"):
                 shutil.copy(source / name, lib)
-            self.serves(home=home.path, agent=False, says="toolkit",
+            self.serves(home=home.path, agent=False, says="Could not load libklglog.so",
                         options=[f"-agentpath:{lib}/libvelora.so"])
         finally:
             home.remove()
