@@ -55,7 +55,7 @@ std::unique_ptr<CaptureWriter> CaptureWriter::create(const std::string& path) {
 }
 
 bool CaptureWriter::write(const void* bytes, std::size_t size) {
-  return std::fwrite(bytes, 1, size, file_.get()) == size;
+  return size == 0 || std::fwrite(bytes, 1, size, file_.get()) == size;
 }
 
 void CaptureWriter::onBytes(ConnectionId connection, Bytes bytes) {
@@ -108,7 +108,7 @@ static std::string replayFrames(std::FILE* file, Intake& intake) {
     const std::uint64_t size = get(std::span(head).last(4));
     if (size > kMaxFrame) return "a frame is too large";
     bytes.resize(size);
-    if (std::fread(bytes.data(), 1, size, file) < size) return "ends inside a frame";
+    if (size > 0 && std::fread(bytes.data(), 1, size, file) < size) return "ends inside a frame";
     if (!intake.isOpen(connection)) intake.opened(connection);
     if (size == 0) {
       intake.closed(connection);
