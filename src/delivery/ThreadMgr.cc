@@ -7,6 +7,7 @@
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "delivery/LogText.h"
+#include "delivery/LossReport.h"
 #include "delivery/ThreadAdopter.h"
 
 Published<ThreadAdopter> threadAdopter;
@@ -67,6 +68,7 @@ void ThreadMgr::stop() {
   if (!nobodyInside)
     _logWarn(__FILE_NAME__, __LINE__, "A native is still reporting, its record is kept");
   deleteAll(nobodyInside);
+  LossReport::writeFinal();
   logInfo({1073, "Thread Manager stopped"});
 }
 

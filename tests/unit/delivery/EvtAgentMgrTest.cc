@@ -1,6 +1,8 @@
 // The event-agent manager, its pool and its leader.
 #include <string>
+#include <thread>
 
+#include "core/AgentState.h"
 #include "delivery/Delivery.h"
 #include "instrument/ClassTable.h"
 
@@ -156,4 +158,37 @@ TEST_F(Pool, BothRunAndThreadsAlternate) {
     agents()->stopEvtAgent(0);
   });
   EXPECT_EQ(given, (std::vector<int>{-1, 0, 1, 0, 1}));
+}
+
+// With the pauses of the real thing: what cannot be woken would hang here.
+TEST_F(Pool, StopEndsPausesOfAnyLength) {
+  set("internal.probe.publishing.frequency", "600000");
+  set("networkagent.publish.frequency", "600000");
+  makePacer = [] { return std::make_unique<Pacer>(); };
+  start("1");
+  std::thread events([] { agents()->startEvtAgent(theJvm().startThread("event agent").env(), 0); });
+  std::thread network([] {
+    NetworkAgentMgr::getInstance()->startNetworkAgent(theJvm().startThread("net agent").env(), 0);
+  });
+  while (!agents()->isReady() || !AgentState::netMgrReady()) std::this_thread::yield();
+  EXPECT_FALSE(AgentState::isDisabled());
+  NetworkAgentMgr::getInstance()->stop();
+  agents()->stop();
+  events.join();
+  network.join();
+  EXPECT_FALSE(AgentState::netMgrReady());
+  EXPECT_FALSE(AgentState::eventMgrReady());
+}
+
+// A loop that comes after the stop, because its Java thread was slow to start, must not run on.
+TEST_F(Pool, LoopThatBeginsAfterTheStopEndsAtOnce) {
+  start("1");
+  EventAgent late(3);
+  late.retire();
+  late.startThread(theJvm().env());
+  EXPECT_FALSE(late.isAlive());
+  agents()->stop();
+  agents()->startEvtAgent(theJvm().env(), 0);
+  NetworkAgentMgr::getInstance()->stop();
+  NetworkAgentMgr::getInstance()->startNetworkAgent(theJvm().env(), 0);
 }
