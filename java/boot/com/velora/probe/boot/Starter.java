@@ -33,7 +33,7 @@ public final class Starter {
       if (failure == null) {
         startAgentThreads();
         Runtime.getRuntime().addShutdownHook(new ExitFlush());
-        ProbeLogger.write(ProbeLogger.INFO, "Java side started");
+        log("Java side started");
       } else {
         complain(failure);
       }
@@ -60,6 +60,14 @@ public final class Starter {
     }
     for (int i = 0, count = EventAgent.getEvtAgentCount(); i < count; i++) {
       new EventAgentThread(i).start();
+    }
+  }
+
+  private static void log(String text) {
+    try {
+      ProbeLogger.write(ProbeLogger.INFO, text);
+    } catch (Throwable e) {
+      // The probe runs, with or without this line.
     }
   }
 
