@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "base/Exported.h"
+
 // What every row asks about the agent as a whole. One word holds the flags that belong together, so
 // that the two managers' reports and a stop can cross without leaving the probe on by mistake.
 class AgentState {
@@ -46,12 +48,13 @@ class AgentState {
   static inline std::atomic<const char*> appServerVersion_{""};  // replaced, never freed
 };
 
-extern std::atomic<int> probe_level;             // 1 (least detail) to 3
-extern std::atomic<bool> disableNestedRequests;  // no events for requests inside requests
-extern std::atomic<int> ArvelisVersion;          // application-server version number
-extern std::atomic<int> vel_tracing_mode;        // kTracingClassic, kTracingNew, kTracingHybrid
-extern int processId;                            // written once while the library loads
-extern char component_id[1024];                  // written once while the Java side starts
+extern std::atomic<int> probe_level;  // 1 (least detail) to 3
+extern VEL_EXPORTED std::atomic<bool>
+    disableNestedRequests;                            // no events for requests inside requests
+extern VEL_EXPORTED std::atomic<int> ArvelisVersion;  // application-server version number
+extern std::atomic<int> vel_tracing_mode;     // kTracingClassic, kTracingNew, kTracingHybrid
+extern VEL_EXPORTED int processId;            // written once while the library loads
+extern VEL_EXPORTED char component_id[1024];  // written once while the Java side starts
 
 constexpr int kTracingClassic = 1000;
 constexpr int kTracingNew = 1001;

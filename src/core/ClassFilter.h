@@ -3,14 +3,15 @@
 #include <memory>
 #include <vector>
 
+#include "base/Exported.h"
 #include "base/Published.h"
 
 // Which classes are instrumented. The two lists hold name prefixes in "/" form, each with one more
 // character at its end (normally a wildcard) that is never compared.
-extern Published<char*> include_list;
-extern Published<char*> exclude_list;
-extern const char* const internal_include_list[5];  // ends with null, like the others
-extern const char* const primitive_list[10];
+extern VEL_EXPORTED Published<char*> include_list;
+extern VEL_EXPORTED Published<char*> exclude_list;
+extern VEL_EXPORTED const char* const internal_include_list[5];  // ends with null, like the others
+extern VEL_EXPORTED const char* const primitive_list[10];
 
 // Null-terminated array of owned texts.
 class TextArray {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "base/Exported.h"
+
 // What the process command line says about the monitored server. Empty when it says nothing.
-extern char velora_home[1024];
-extern char nodename[1024];
-extern char appname[1024];
-extern char profilename[1024];
-extern char veloraextdirs[2000];
+extern VEL_EXPORTED char velora_home[1024];
+extern VEL_EXPORTED char nodename[1024];
+extern VEL_EXPORTED char appname[1024];
+extern VEL_EXPORTED char profilename[1024];
+extern VEL_EXPORTED char veloraextdirs[2000];
 
 // Fills the five texts above from velora_argv; the later argument wins. Each is cut to its room.
 void initCommandLineArgs();

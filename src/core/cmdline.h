@@ -2,9 +2,12 @@
 
 #include <string_view>
 
+#include "base/Exported.h"
+
 // The arguments of the process itself: the JVM does not hand them to the agent.
-extern int velora_argc;
-extern char** velora_argv;  // kept for good; null when /proc/<pid>/cmdline could not be read
+extern VEL_EXPORTED int velora_argc;
+extern VEL_EXPORTED char**
+    velora_argv;  // kept for good; null when /proc/<pid>/cmdline could not be read
 
 // Adds the number of arguments to resultArgc. Array and texts are never freed; the array ends with
 // null. At most 131072 bytes of the command line are seen.

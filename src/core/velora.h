@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "base/Exported.h"
 #include "core/AgentState.h"
 #include "core/ClassFilter.h"
 #include "core/ServerName.h"
@@ -13,10 +14,10 @@
 
 class MethodEvent;
 
-extern char* modFileName;  // set once while the library loads, never freed
-extern std::atomic<bool> isJVMInitializationDone;
-extern std::atomic<bool> isBcmBootstrapNativeRegistered;
-extern std::atomic<bool> inRegisterBcmBootstrapNative;
+extern VEL_EXPORTED char* modFileName;  // set once while the library loads, never freed
+extern VEL_EXPORTED std::atomic<bool> isJVMInitializationDone;
+extern VEL_EXPORTED std::atomic<bool> isBcmBootstrapNativeRegistered;
+extern VEL_EXPORTED std::atomic<bool> inRegisterBcmBootstrapNative;
 
 // The one callback of the profiling interface; any thread of the JVM, several at a time.
 void EventDispatcher(JVMPI_Event* event);

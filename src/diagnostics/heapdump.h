@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 
+#include "base/Exported.h"
 #include "jvm/jvmpi.h"
 
 // What the heap reader needs to know of a class; filled by the class-load handler on the thread
@@ -15,8 +16,8 @@ struct ClassLoadRecord {
   jobjectID class_id = nullptr;
   std::unique_ptr<unsigned char[]> static_types;  // one basic type per static field
 };
-extern ClassLoadRecord class_load;
-extern std::atomic<int> doingHeapDump;  // 1 while a requested dump is processed
+extern VEL_EXPORTED ClassLoadRecord class_load;
+extern VEL_EXPORTED std::atomic<int> doingHeapDump;  // 1 while a requested dump is processed
 
 void processHeapDump(char* begin, char* end);
 

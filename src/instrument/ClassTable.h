@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/Exported.h"
 #include "base/Published.h"
 #include "base/VelOsLock.h"
 #include "base/types.h"
@@ -66,10 +67,10 @@ struct jclass_t {
 
 // Read by the agent's other rows; the first two come from settings, the third also changes for the
 // length of a clean-up.
-extern std::atomic<int> CLASSULOAD_CLEANUP;      // unloads per clean-up; -1: freed at once
-extern std::atomic<int> methodHashWaitInterval;  // ms, pause before a clean-up
-extern std::atomic<bool> useMethodLocks;
-extern Published<VelOsLock> ClassSequenceLock;
+extern VEL_EXPORTED std::atomic<int> CLASSULOAD_CLEANUP;  // unloads per clean-up; -1: freed at once
+extern VEL_EXPORTED std::atomic<int> methodHashWaitInterval;  // ms, pause before a clean-up
+extern VEL_EXPORTED std::atomic<bool> useMethodLocks;
+extern VEL_EXPORTED Published<VelOsLock> ClassSequenceLock;
 extern int method_hash_size;  // set before createMethodTable
 
 // Order: unload lock, class list, method bucket. The sequence lock stands alone.
