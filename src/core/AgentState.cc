@@ -21,7 +21,7 @@ void AgentState::setReady(unsigned which, bool ready) {
   unsigned after;
   do {
     after = ready ? before | which : before & ~which;
-    if ((after & kBoth) == kBoth) after &= ~kDisabled;
+    if ((after & kBoth) == kBoth && !(after & kStopping)) after &= ~kDisabled;
   } while (!flags_.compare_exchange_weak(before, after, std::memory_order_acq_rel));
 }
 

@@ -1,9 +1,9 @@
-#include "core/ClassFilter.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
+
+#include "core/ClassFilter.h"
 
 static std::unique_ptr<TextArray> list(std::vector<const char*> entries) {
   return std::make_unique<TextArray>(entries);
@@ -43,8 +43,8 @@ TEST(ClassFilter, IncludeExcludeAndInternal) {
 }
 
 TEST(ClassFilter, Primitives) {
-  for (const char* name : {"void", "byte", "long", "short", "char", "boolean", "int", "float",
-                           "double"})
+  for (const char* name :
+       {"void", "byte", "long", "short", "char", "boolean", "int", "float", "double"})
     EXPECT_EQ(is_primitive(primitive_list, name), 1) << name;
   EXPECT_EQ(is_primitive(primitive_list, "Int"), 0);
   EXPECT_EQ(is_primitive(primitive_list, "in"), 0);

@@ -1,8 +1,7 @@
-#include "instrument/ClassTable.h"
-
 #include <gtest/gtest.h>
 
 #include "core/ClassFilter.h"
+#include "instrument/ClassTable.h"
 
 // Class loads of a fresh process: its tables exist, nothing is registered.
 class ClassTable : public testing::Test {
@@ -99,8 +98,7 @@ TEST_F(ClassTable, EventsWithoutMethods) {
 TEST_F(ClassTable, FilterIsAppliedAgain) {
   jclass_t* oldest = load("x.Y", 1);
   EXPECT_EQ(oldest->is_filtered, 0);
-  setClassFilterLists(nullptr,
-                      std::make_unique<TextArray>(std::vector<const char*>{"x/*"}));
+  setClassFilterLists(nullptr, std::make_unique<TextArray>(std::vector<const char*>{"x/*"}));
   reapplyFilter();
   EXPECT_EQ(oldest->is_filtered, 1);
   setClassFilterLists(nullptr, nullptr);

@@ -12,11 +12,20 @@ static std::string withArguments(std::string text, va_list args) {
   for (int tag = va_arg(args, int); tag != 0; tag = va_arg(args, int)) {
     text += ' ';
     switch (tag) {
-      case KLG_INT: text += std::to_string(va_arg(args, int)); break;
-      case KLG_LONG: text += std::to_string(va_arg(args, long long)); break;
-      case KLG_DOUBLE: text += std::to_string(va_arg(args, double)); break;
-      case KLG_STRING: text += va_arg(args, const char*); break;
-      default: ADD_FAILURE() << "unknown type tag " << tag;
+      case KLG_INT:
+        text += std::to_string(va_arg(args, int));
+        break;
+      case KLG_LONG:
+        text += std::to_string(va_arg(args, long long));
+        break;
+      case KLG_DOUBLE:
+        text += std::to_string(va_arg(args, double));
+        break;
+      case KLG_STRING:
+        text += va_arg(args, const char*);
+        break;
+      default:
+        ADD_FAILURE() << "unknown type tag " << tag;
     }
   }
   return text;

@@ -1,5 +1,3 @@
-#include "core/PropertyMgr.h"
-
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -8,6 +6,7 @@
 #include <thread>
 
 #include "Core.h"
+#include "core/PropertyMgr.h"
 
 using testing::Contains;
 using testing::IsNull;
@@ -101,8 +100,12 @@ TEST(PropertyMgr, WhichFile) {
   const Case cases[] = {
       {"specific before default", "n1", "s1", "", {standard, specific}, specific},
       {"profile before both", "n1", "s1", "p1", {standard, specific, profiled}, profiled},
-      {"with a profile the plain specific file is no choice", "n1", "s1", "p1",
-       {standard, specific}, standard},
+      {"with a profile the plain specific file is no choice",
+       "n1",
+       "s1",
+       "p1",
+       {standard, specific},
+       standard},
       {"no node", "", "s1", "", {standard, specific}, standard},
       {"no server", "n1", "", "p1", {standard, specific}, standard},
       {"nothing there", "n1", "s1", "", {}, nullptr},

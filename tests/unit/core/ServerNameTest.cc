@@ -1,6 +1,5 @@
-#include "core/ServerName.h"
-
 #include "Core.h"
+#include "core/ServerName.h"
 #include "core/cmdline.h"
 
 // The process was started with these arguments.
