@@ -222,22 +222,39 @@ std::uint64_t EvtAgentMgr::countEventsInHand() {
   return events;
 }
 
-// The ledger itself says when nothing is left, wherever it was.
+bool EvtAgentMgr::anyConnection() {
+  PacketSink* sink = packetSink;
+  return sink && std::ranges::any_of(agents(), [sink](const AgentRef& agent) {
+           return sink->connectionOf(agent.get()) != 0;
+         });
+}
+
+// What was created up to now is awaited, not an empty queue: threads that still serve would keep
+// the exit waiting. Without a connection nothing can leave; a first one may be just being made.
 bool EvtAgentMgr::flush(int maxMillis) {
   VEL_TRACE();
   constexpr long kLookEveryMs = 5;
+  constexpr auto kConnectGrace = std::chrono::milliseconds(100);
   static const std::atomic<bool> always{true};
   const auto hurryAll = [this](bool on) {
     for (const AgentRef& agent : agents()) agent->hurry(on);
     if (PacketSink* sink = packetSink) sink->hurry(on);
   };
+  const std::uint64_t due = LossLedger::snapshot().created;
+  const auto gone = [due] {
+    const LossLedger::Snapshot now = LossLedger::snapshot();
+    return now.sent + now.lostTotal() >= due;
+  };
   using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::milliseconds(maxMillis);
+  const auto begin = Clock::now();
+  const auto deadline = begin + std::chrono::milliseconds(maxMillis);
   const std::unique_ptr<Pacer> pacer = makePacer();
   hurryAll(true);
   bool empty;
-  while (!(empty = LossLedger::snapshot().queued() == 0) && Clock::now() < deadline)
+  while (!(empty = gone()) && Clock::now() < deadline) {
+    if (!anyConnection() && Clock::now() - begin > kConnectGrace) break;
     pacer->pause(kLookEveryMs, always);
+  }
   hurryAll(false);
   LossReport::writeFinal();
   return empty;

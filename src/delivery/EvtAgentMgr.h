@@ -45,7 +45,7 @@ class EvtAgentMgr : public virtual VeloraBase,
 
   // Takes an event that belongs to no thread with a record; the leader sends it. False: it is lost.
   bool addToSpecialEventQueue(Event* evt);
-  // For the exit of the JVM: sends what is queued, within the given time. False: something is left,
+  // For the exit of the JVM: sends what is queued now, within the given time. False: some is left,
   // which the counters file shows as lost by the shutdown. The agents go on afterwards.
   bool flush(int maxMillis);
   // Events that agents have taken from queues and not handed on yet.
@@ -61,6 +61,7 @@ class EvtAgentMgr : public virtual VeloraBase,
   using AgentRef = std::shared_ptr<EventAgent>;  // keeps an agent while its loop runs
   AgentRef agentAt(int id);
   std::vector<AgentRef> agents();
+  bool anyConnection();
   AgentRef anAliveAgent();
   bool waitForOneAlive();
 

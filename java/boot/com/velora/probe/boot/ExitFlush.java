@@ -2,9 +2,9 @@ package com.velora.probe.boot;
 
 import com.velora.probe.ProbeController;
 
-/** Sends what is still queued when the JVM exits, for at most a second of the exit's time. */
+/** Sends what is still queued when the JVM exits, so long that with the ends of the threads the exit stays within a second. */
 final class ExitFlush extends Thread {
-  private static final int LONGEST_MILLIS = 1000;
+  private static final int LONGEST_MILLIS = 600;
 
   ExitFlush() {
     super("Velora Exit Flush");
