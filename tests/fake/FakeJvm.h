@@ -80,6 +80,7 @@ class FakeJvm {
   std::atomic<jlong> cpuNanoseconds{0};
   std::map<jmethodID, jobjectID> methodClasses;
   static int liveMonitors();
+  static int heldMonitors();  // by any thread
 
   // -- JVMMI and RAS
   bool listens(jint jvmmiEvent);

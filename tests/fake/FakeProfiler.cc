@@ -37,6 +37,14 @@ int FakeJvm::liveMonitors() {
   return static_cast<int>(std::ranges::count_if(pool(), [](auto& m) { return !m->destroyed; }));
 }
 
+int FakeJvm::heldMonitors() {
+  const std::lock_guard locked(poolMutex);
+  return static_cast<int>(std::ranges::count_if(pool(), [](auto& m) {
+    const std::lock_guard looking(m->mutex);
+    return m->depth > 0 && !m->destroyed;
+  }));
+}
+
 struct FakeProfiler {
   static JVMPI_RawMonitor create(char* name) {
     const std::lock_guard locked(poolMutex);

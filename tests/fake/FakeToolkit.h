@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/Toolkit.h"
+
+// Stands in for the logging toolkit: what the agent logs is kept for the test to look at. While one
+// exists the agent's loggers are its own.
+class FakeToolkit {
+ public:
+  struct Line {
+    std::string call;            // "Info", "Error", "DebugMid", "Text", ...
+    int number;                  // of an operator message
+    std::string file, function;  // of a trace
+    std::string text;            // the format with its arguments put in
+    std::vector<int> tags;
+  };
+  FakeToolkit();
+  ~FakeToolkit();
+
+  void setTraceLevel(int level);  // KLG_LEVEL_OFF at first
+  std::vector<Line> lines();      // since the last time
+  std::vector<std::string> texts();
+  bool logged(int number);  // whether one of the lines so far was this message
+
+  // For the code that sets up the toolkit: objects by name, their properties.
+  std::map<std::string, std::map<std::string, std::string>> objects;
+  std::vector<std::string> calls;  // "KlgOpenToolkit /x" and so on, in order
+  bool opens = true;
+  int keptTexts = 0;  // handed over and not yet given back
+};

@@ -1,0 +1,333 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <regex>
+#include <thread>
+
+#include "base/Identity.h"
+#include "base/ProbeKlgLog.h"
+#include "base/ProbeLog.h"
+#include "base/Utils.h"
+#include "fake/FakeJvm.h"
+#include "fake/FakeToolkit.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+// An agent home of this test's own.
+struct Home {
+  std::string path = testing::TempDir() + "/velora-home-" + std::to_string(getpid());
+  explicit Home(const char* profile = "") {
+    fs::create_directories(path + "/etc");
+    fs::create_directories(path + "/logs");
+    setIdentity(velIdentity.veloraHome, path);
+    setIdentity(velIdentity.nodeName, "node");
+    setIdentity(velIdentity.appServerName, "server");
+    setIdentity(velIdentity.profileName, profile);
+  }
+  ~Home() {
+    ProbeLog::destroy();
+    fs::remove_all(path);
+    velIdentity = Identity{};
+  }
+  void writeMessages(const char* text) const { std::ofstream(path + "/etc/LogMessages") << text; }
+};
+
+static std::string initialized() {
+  testing::internal::CaptureStderr();
+  ProbeLog::initialize();
+  return testing::internal::GetCapturedStderr();
+}
+
+// The lines of the log without the 24 characters of time before each.
+static std::vector<std::string> logLines() {
+  std::ifstream file(ProbeLog::getLogFileName().value_or(""));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) {
+    static const std::regex kStamp("[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]{2} [0-9:]{8} [0-9]{4} .*");
+    EXPECT_TRUE(std::regex_match(line, kStamp)) << line;
+    lines.push_back(line.substr(24));
+  }
+  return lines;
+}
+
+static void setLevel(int level) {
+  testing::internal::CaptureStdout();
+  ProbeLog::setLogLevel(level);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Setting Log Level: " + std::to_string(level) + " \n");
+}
+
+TEST(ProbeLog, NamesItsFileAfterWhoAndWhen) {
+  for (const char* profile : {"", "main"}) {
+    const Home home(profile);
+    home.writeMessages("");
+    const std::string said = initialized();
+    const std::string name = ProbeLog::getLogFileName().value_or("");
+    EXPECT_EQ(said, "[AM]: Using log file: " + name + " \n");
+    const std::string who = *profile ? "node\\.server\\(main\\)" : "node\\.server";
+    EXPECT_TRUE(
+        std::regex_match(name, std::regex(home.path + "/logs/" + who + "\\.[0-9]{14}\\." +
+                                          std::to_string(getpid()) + "\\.datacollector\\.log")))
+        << name;
+    EXPECT_TRUE(fs::exists(name));
+  }
+  EXPECT_FALSE(ProbeLog::getLogFileName());
+}
+
+TEST(ProbeLog, WritesWhatItsLevelLetsThrough) {
+  const Home home;
+  initialized();
+  const std::pair<int, std::vector<std::string>> cases[] = {
+      {-2, {"  ##ERROR: e ", "  UNKNOW: -3 "}},
+      {-1, {"  ##ERROR: e ", "  WARNING: w ", "  UNKNOW: -3 "}},
+      {0, {"  ##ERROR: e ", "  WARNING: w ", "  INFO: i ", "  INFO: l ", "  UNKNOW: -3 "}},
+      {1,
+       {"  ##ERROR: e ", "  WARNING: w ", "  INFO: i ", "  INFO: l ", "  DEBUG: d ",
+        "  UNKNOW: -3 "}},
+      {2,
+       {"  ##ERROR: e ", "  WARNING: w ", "  INFO: i ", "  INFO: l ", "  DEBUG: d ",
+        "  TRACE: t 5 ", "  UNKNOW: -3 "}},
+  };
+  for (const auto& [level, expected] : cases) {
+    SCOPED_TRACE(level);
+    setLevel(level);
+    fs::resize_file(*ProbeLog::getLogFileName(), 0);
+    ProbeLog::_logError("e");
+    ProbeLog::_logWarn("w");
+    ProbeLog::_logInfo("i");
+    ProbeLog::_log("l");
+    ProbeLog::_logDebug("d");
+    ProbeLog::_logV(2, "t %d", 5);
+    ProbeLog::_logInternal(-3, "-3");
+    ProbeLog::_logInternal(3, "3");
+    EXPECT_EQ(logLines(), expected);
+  }
+  setLevel(0);
+}
+
+TEST(ProbeLog, RefusesOtherLevels) {
+  const Home home;
+  initialized();
+  ProbeLog::setLogLevel(3);
+  EXPECT_EQ(ProbeLog::getLogLevel(), 0);
+  EXPECT_THAT(logLines(),
+              ElementsAre("  ##ERROR: Incorrect log level given: 3 using the existing loglevel: "
+                          "0  "));
+}
+
+TEST(ProbeLog, ReadsTheMessageTexts) {
+  const Home home;
+  home.writeMessages("# comment=1\nA=first\nB=se=cond\nnothing\n");
+  initialized();
+  ASSERT_EQ(ProbeLog::getNumLogMsg(), 3);
+  EXPECT_EQ(ProbeLog::getLogMsg(0), "first");
+  EXPECT_EQ(ProbeLog::getLogMsg(1), "se=cond");
+  EXPECT_EQ(ProbeLog::getLogMsg(2), "");
+  EXPECT_FALSE(ProbeLog::getLogMsg(3));
+  EXPECT_FALSE(ProbeLog::getLogMsg(-1));
+}
+
+TEST(ProbeLog, GoesToStandardOutputWithoutAFile) {
+  const Home home;
+  fs::remove_all(home.path + "/logs");
+  const std::string said = initialized();
+  EXPECT_THAT(said, HasSubstr("Error: Fail to open LogMessages\n"));
+  EXPECT_THAT(said, HasSubstr("Could not create " + *ProbeLog::getLogFileName() + "\n"));
+  testing::internal::CaptureStdout();
+  ProbeLog::_logInfo("here");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("  INFO: here \n"));
+}
+
+// A program that the server starts must not hold our log open.
+TEST(ProbeLog, ItsDescriptorIsNotInherited) {
+  const Home home;
+  initialized();
+  const std::string name = fs::canonical(*ProbeLog::getLogFileName());
+  int found = 0;
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    if (fs::read_symlink(entry.path(), gone) != name) continue;
+    ++found;
+    EXPECT_TRUE(fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC);
+  }
+  EXPECT_EQ(found, 1);
+}
+
+TEST(ProbeLog, LinesStayWholeWhileTheFileIsReplaced) {
+  const Home home;
+  initialized();
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  std::vector<std::jthread> threads;
+  for (int t = 0; t < 3; ++t)
+    threads.emplace_back([] {
+      for (int i = 0; i < 300; ++i) ProbeLog::_logInfo("xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx");
+    });
+  for (int i = 0; i < 20; ++i) {
+    ProbeLog::destroy();
+    ProbeLog::initialize();
+  }
+  threads.clear();
+  testing::internal::GetCapturedStdout();
+  testing::internal::GetCapturedStderr();
+  for (const std::string& line : logLines())
+    EXPECT_EQ(line, "  INFO: xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx ");
+}
+
+extern "C" {
+JNIEXPORT void JNICALL Java_com_velora_probe_log_ProbeLogger_write(JNIEnv*, jobject, jint, jstring);
+JNIEXPORT jstring JNICALL Java_com_velora_probe_log_ProbeLogger_getLogFileName(JNIEnv*, jobject);
+JNIEXPORT void JNICALL Java_com_velora_probe_log_ProbeLogger_setNativeProbeLoggingLevel(JNIEnv*,
+                                                                                        jobject,
+                                                                                        jint);
+}
+
+TEST(ProbeLoggerNatives, WriteJavaTexts) {
+  const Home home;
+  FakeJvm jvm;
+  JNIEnv* env = jvm.env();
+  EXPECT_EQ(Java_com_velora_probe_log_ProbeLogger_getLogFileName(env, nullptr), nullptr);
+  initialized();
+  const auto write = [&](const std::string& text) {
+    Java_com_velora_probe_log_ProbeLogger_write(env, nullptr, 0, jvm.string(text));
+  };
+  write("100%s sure%n");
+  write(std::string(2500, 'x'));
+  write(std::string(1999, 'y') + "\xC3\xA4z");  // a letter of two bytes across the limit
+  Java_com_velora_probe_log_ProbeLogger_write(env, nullptr, 0, nullptr);
+  EXPECT_THAT(logLines(),
+              ElementsAre("  INFO: 100%s sure%n ", "  INFO: " + std::string(2000, 'x') + " ",
+                          "  INFO: " + std::string(1999, 'y') + " "));
+  EXPECT_EQ(jvm.textOf(Java_com_velora_probe_log_ProbeLogger_getLogFileName(env, nullptr)),
+            *ProbeLog::getLogFileName());
+  EXPECT_EQ(jvm.heldChars(), 0);
+}
+
+// Environment variables as a test wants them; as they were afterwards.
+struct Environment {
+  std::vector<std::pair<std::string, std::string>> old;
+  explicit Environment(std::initializer_list<std::pair<const char*, const char*>> values) {
+    for (const char* name :
+         {"NLSPATH", "QUALDIR", "KLGLOG_COMMON_DIR", "KLGLOG_FFDC_BASEDIR", "PROBE_CATALOG_NAME"})
+      unsetenv(name);
+    for (const auto& [name, value] : values) setenv(name, value, 1);
+  }
+};
+
+struct KlgLog : testing::Test {
+  FakeToolkit toolkit;
+  ~KlgLog() override { ProbeKlgLog::destroy(); }
+  std::string printed() {
+    testing::internal::CaptureStdout();
+    ProbeKlgLog::initialize();
+    return testing::internal::GetCapturedStdout();
+  }
+  std::string property(const char* object, const char* name) {
+    return toolkit.objects[object][name];
+  }
+};
+
+TEST_F(KlgLog, OpensTheToolkitAndPlacesItsFiles) {
+  const Home home;
+  const Environment environment{{"KLGLOG_COMMON_DIR", "/root"}, {"NLSPATH", "/old/%N"}};
+  toolkit.objects["handler.file.dc.msg"]["fileName"] = "msg.log";
+  toolkit.objects["handler.file.dc.trace"];
+  toolkit.objects["handler.ffdc.dc"] = {{"baseDir", "ffdc"}, {"files", "/root/VEL/logs/a;/b"}};
+  EXPECT_EQ(printed(), "NLSPATH=" + home.path +
+                           "/msg/%L/%N.cat:/old/%N\n"
+                           "INFO: Catalog file is velprobeMessages\n"
+                           "set log file to /root/VEL/logs/msg.log\n"
+                           "set log file to /root/VEL/logs/dc-native.log\n"
+                           "ffdc base dir is /root/VEL/ffdc\n"
+                           "Files to copy defined in vel-klglog.properties are "
+                           "/root/VEL/logs/a;/b\n"
+                           "Files to be copied are /root/VEL/logs/a;/b\n");
+  EXPECT_THAT(toolkit.calls,
+              ElementsAre("KlgInitFFDCExtensions 1", "kis_set_dir " + home.path + "/codeset",
+                          "KlgOpenToolkit " + home.path + "/etc/vel-klglog.properties",
+                          "KlgGetObject logger.dc.msg", "KlgGetObject logger.dc.trace",
+                          "KlgGetObject handler.file.dc.msg klg_filehandler",
+                          "KlgReleaseObject handler.file.dc.msg",
+                          "KlgGetObject handler.file.dc.trace klg_filehandler",
+                          "KlgReleaseObject handler.file.dc.trace", "KlgGetObject handler.ffdc.dc",
+                          "KlgReleaseObject handler.ffdc.dc", "KlgWatchLevel"));
+  EXPECT_EQ(property("handler.file.dc.msg", "fileName"), "/root/VEL/logs/msg.log");
+  EXPECT_EQ(toolkit.keptTexts, 0);
+  ProbeKlgLog::destroy();
+  EXPECT_EQ(klgLogger.get(), nullptr);
+  EXPECT_EQ(toolkit.calls.back(), "KlgCloseToolkit");
+}
+
+TEST_F(KlgLog, PutsFilesUnderTheQualifier) {
+  const Home home;
+  const Environment environment{{"KLGLOG_COMMON_DIR", "/root"},
+                                {"QUALDIR", "q"},
+                                {"KLGLOG_FFDC_BASEDIR", "base"},
+                                {"PROBE_CATALOG_NAME", "other"}};
+  toolkit.objects["handler.file.dc.msg"]["fileName"] = "msg.log";
+  toolkit.objects["handler.ffdc.dc"] = {{"baseDir", "own"}, {"files", "/b, /root/VEL/logs/a"}};
+  EXPECT_THAT(printed(), HasSubstr("INFO: Catalog file is other\n"));
+  EXPECT_EQ(property("handler.file.dc.msg", "fileName"), "/root/VEL/logs/q/msg.log");
+  EXPECT_EQ(property("handler.ffdc.dc", "baseDir"), "/root/VEL/base/q");
+  EXPECT_EQ(property("handler.ffdc.dc", "files"), "/b, /root/VEL/logs/q/a");
+}
+
+TEST_F(KlgLog, SaysWhatIsMissingAndGoesOn) {
+  const Home home;
+  const Environment environment{};
+  toolkit.opens = false;
+  toolkit.objects.clear();
+  testing::internal::CaptureStderr();
+  printed();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "ERROR: Could not open Toolkit. please check if klglog property file " + home.path +
+                "/etc/vel-klglog.properties exists.\n"
+                "ERROR: Could not initialize logger 'DC_LOGGER'\n"
+                "ERROR: Could not initialize tracer 'DC_TRACER'\n");
+}
+
+TEST_F(KlgLog, AListOfTooManyFilesIsCut) {
+  const Environment environment{};
+  std::string files;
+  for (int i = 0; i < 1000; ++i) files += "f ";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ProbeKlgLog::setQualifierForFiles(files).size(), 999 * 2 - 1u);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Number of files sepcified exceeds the maximum limit 1000\n");
+}
+
+TEST_F(KlgLog, OneLevelNumberAddressesBothLoggers) {
+  Java_com_velora_probe_log_ProbeLogger_setNativeProbeLoggingLevel(nullptr, nullptr, 19999);
+  EXPECT_EQ(property("logger.dc.msg", "level"), "19999");
+  EXPECT_EQ(property("logger.dc.trace", "level"), "");
+  ProbeKlgLog::setLogLevel(20000);
+  EXPECT_EQ(property("logger.dc.msg", "level"), "19999");
+  EXPECT_EQ(property("logger.dc.trace", "level"), "0");
+}
+
+TEST(Utils, NextBiggerPrime) {
+  for (const auto& [n, prime] : {std::pair{-5, 2},
+                                 {0, 2},
+                                 {2, 3},
+                                 {100, 101},
+                                 {101, 103},
+                                 {1258, 1259},
+                                 {1259, 1259},
+                                 {1260, 1260},
+                                 {5000, 5000}})
+    EXPECT_EQ(Utils::getNextBiggerPrimeNumber(n), prime);
+}
+
+TEST(Utils, TimeText) {
+  const std::unique_ptr<char[]> text(Utils::getTime());
+  EXPECT_TRUE(std::regex_match(
+      text.get(), std::regex("[0-9]{4}/[01][0-9]/[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]")));
+}
