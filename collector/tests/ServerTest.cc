@@ -32,6 +32,7 @@ class Counts final : public Consumer {
   void onRecord(ConnectionId, const Record& record) override {
     if (record.layout.place == Place::event) change([this] { ++events; });
   }
+  void onRoundEnd() override { changed_.notify_all(); }  // seldom enough for a thousand agents
   void await(const std::function<bool()>& state) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, state);
@@ -43,7 +44,6 @@ class Counts final : public Consumer {
   void change(Change what) {
     const std::lock_guard lock(mutex_);
     what();
-    changed_.notify_all();
   }
   std::mutex mutex_;
   std::condition_variable changed_;
