@@ -36,7 +36,7 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   static bool avgSQLCalculated() { return sqlSizes_.complete(); }
   static void sqlRequest(int length) { sqlSizes_.add(static_cast<std::uint32_t>(length)); }
   static short getSQLSize() { return sqlSizes_.weigh(SQL); }
-  void resetCounters() {}    // nothing is reset: the estimate follows the queues by itself
+  void resetCounters() {}  // nothing is reset: the estimate follows the queues by itself
 
   static std::atomic<bool> uLimitReached_;
   static std::atomic<bool> resetingCounters_;

@@ -64,7 +64,7 @@ bool NetworkAgent::sendData(const char* data, int size, int events, unsigned con
     traceMin("Queue full detected");
     return false;
   }
-  packet.release();  // the queue's
+  static_cast<void>(packet.release());  // the queue's
   totalDataSize_ += size;
   return true;
 }

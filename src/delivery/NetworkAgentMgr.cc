@@ -69,8 +69,8 @@ bool NetworkAgentMgr::waitForOneAlive() {
 
 void NetworkAgentMgr::createData() {
   VEL_TRACE();
-  std::vector<AgentRef> made;
-  for (int id = 0; id < networkAgentCount_; ++id) made.push_back(std::make_shared<NetworkAgent>());
+  std::vector<AgentRef> made(static_cast<std::size_t>(networkAgentCount_));
+  for (AgentRef& agent : made) agent = std::make_shared<NetworkAgent>();
   LockScope held(lock_);
   networkAgents_ = std::move(made);
   leader_ = networkAgents_.front().get();
@@ -124,7 +124,7 @@ NetworkAgentMgr::AgentRef NetworkAgentMgr::getNetworkAgent(void* key) {
   VEL_TRACE();
   LockScope held(lock_);
   if (networkAgentCount_ == 1 && leader_) return refTo(leader_);
-  if (const AgentRef bound = refTo(hashTable_.get(key))) return bound;
+  if (AgentRef bound = refTo(hashTable_.get(key))) return bound;
   AgentRef next = getNextNetworkAgent();
   if (next) addNetworkAgent(key, next.get());
   return next;

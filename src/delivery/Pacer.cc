@@ -1,6 +1,7 @@
 #include "delivery/Pacer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/platform.h"
 
@@ -10,18 +11,18 @@ PacerMaker makePacer = [] { return std::make_unique<Pacer>(); };
 constexpr long kSlice = 500;
 
 void Pacer::pause(long milliseconds, const std::atomic<bool>& running) {
-  for (long left = milliseconds; left > 0 && running; left -= kSlice) {
-    const int slice = static_cast<int>(std::min(left, kSlice));
-    if (!lock_.enterLock()) {  // no monitors without JVMPI
-      thread_sleep(slice);
-      continue;
-    }
-    if (!woken_) lock_.wait(slice);
-    const bool woken = woken_;
-    woken_ = false;
-    lock_.exitLock();
-    if (woken) return;
+  for (long left = milliseconds; left > 0 && running; left -= kSlice)
+    if (waitFor(static_cast<int>(std::min(left, kSlice)))) return;
+}
+
+bool Pacer::waitFor(int milliseconds) {
+  if (!jvmpi) {  // no monitors: a lock's wait would return at once
+    thread_sleep(milliseconds);
+    return false;
   }
+  LockScope held(lock_);
+  if (!woken_) lock_.wait(milliseconds);
+  return std::exchange(woken_, false);
 }
 
 void Pacer::wake() {

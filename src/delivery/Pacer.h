@@ -15,6 +15,7 @@ class Pacer {
   virtual void wake();
 
  private:
+  bool waitFor(int milliseconds);  // whether woken
   VelLock lock_{false};
   bool woken_ VEL_GUARDED_BY(lock_) = false;
 };

@@ -40,11 +40,11 @@ TEST_F(Ledger, FileTellsTheRestAsLostByTheShutdown) {
 
 TEST_F(Ledger, FlushSendsWhatIsQueued) {
   startManagers();
+  onPause = [](long) { std::this_thread::yield(); };
   std::thread loop([] {
     FakeThread& own = theJvm().startThread("event agent");
     agents()->startEvtAgent(own.env(), 0);
   });
-  onPause = [](long) { std::this_thread::yield(); };
   while (!agents()->isReady()) std::this_thread::yield();
   append(thread(newEnv()), 100);
   EXPECT_TRUE(agents()->flush(60'000));
@@ -118,6 +118,7 @@ TEST_F(Ledger, BalancesUnderAllOfItAtOnce) {
 
 // The stop closes the gate: a native is either through before the records go, or turned away.
 TEST_F(Ledger, NoRecordIsFreedUnderANative) {
+  set("internal.probe.event.packet.size", "2");
   startManagers();
   onPause = [](long) { std::this_thread::yield(); };
   std::thread loop([] {
