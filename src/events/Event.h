@@ -116,7 +116,7 @@ class Event {
   }
 
   JNIEnv* env_ = nullptr;  // the thread it happened on
-  jlong cpuTime_ = 0;      // of that thread
+  jlong cpuTime_ = 0;      // nanoseconds
   ULONG timeSec_ = 0;      // wall clock
   ULONG timeUSec_ = 0;
   short size_;  // what the memory monitor counts while the event is queued

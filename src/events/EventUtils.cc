@@ -1,7 +1,5 @@
 #include "events/EventUtils.h"
 
-#include <cstring>
-
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "base/platform.h"
@@ -29,57 +27,52 @@ void EventUtils::stamp(Event& event, JNIEnv* env, ThreadData* thr) {
   event.cpuTime_ = thr ? thr->saveAndTestCPUTime(cpu) : cpu;
 }
 
-// The names that are still missing, and where the START sends a user, that too.
-static void completeNames(RequestEvent& e) {
-  if (!e.request_name && e.getType() != Event::GPS) e.request_name = emptyText();
-  if (!e.application_name) e.application_name = emptyText();
-  if (!e.url) e.url = emptyText();
-  if (!e.userName) e.userName = emptyText();
-}
-
+// Only a START sends its user; where nobody is known it sends an empty one.
 static bool stampAndAppend(JNIEnv* env, ThreadData* thr, std::unique_ptr<RequestEvent> event) {
   EventUtils::stamp(*event, env, thr);
-  if (event->getSubType() == Event::START) completeNames(*event);
+  if (event->getSubType() == Event::START && !event->userName) event->userName = copyText("");
   return EventUtils::appendRequestEvent(env, thr, event.release());
+}
+
+static OwnedText nameFrom(JNIEnv* env, jstring name, std::size_t limit) {
+  return ownText(env, name, limit);
+}
+static OwnedText nameFrom(JNIEnv*, const char* name, std::size_t limit) {
+  return copyText(name, limit);
+}
+
+template <class Name>
+static bool nameAndAppend(JNIEnv* env, ThreadData* thr, std::unique_ptr<RequestEvent> event,
+                          Name requestName, Name applicationName, Name url) {
+  if (!event->request_name && event->getType() != Event::GPS)
+    event->request_name = nameFrom(env, requestName, kMaxTextBytes);
+  if (!event->application_name)
+    event->application_name = nameFrom(env, applicationName, kMaxTextBytes);
+  if (!event->url) event->url = nameFrom(env, url, textLimit(MemoryMonitor::urlLimit_));
+  return stampAndAppend(env, thr, std::move(event));
 }
 
 bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request,
                              jstring requestName, jstring applicationName, jstring url) {
   VEL_TRACE();
-  if (!request) return false;
   std::unique_ptr<RequestEvent> event(request);
-  if (!event->request_name && event->getType() != Event::GPS)
-    event->request_name = ownText(env, requestName);
-  if (!event->application_name) event->application_name = ownText(env, applicationName);
-  if (!event->url) event->url = ownText(env, url, textLimit(MemoryMonitor::urlLimit_));
-  return stampAndAppend(env, thr, std::move(event));
-}
-
-static OwnedText copyText(const char* text) {
-  const std::size_t size = text ? std::strlen(text) + 1 : 0;
-  if (size == 0) return emptyText();
-  auto copy = std::make_unique_for_overwrite<char[]>(size);
-  std::memcpy(copy.get(), text, size);
-  return copy;
+  return event && nameAndAppend(env, thr, std::move(event), requestName, applicationName, url);
 }
 
 bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request,
                              const char* requestName, const char* applicationName,
                              const char* url) {
   VEL_TRACE();
-  if (!request) return false;
   std::unique_ptr<RequestEvent> event(request);
-  if (!event->request_name && event->getType() != Event::GPS)
-    event->request_name = copyText(requestName);
-  if (!event->application_name) event->application_name = copyText(applicationName);
-  if (!event->url) event->url = copyText(url);
-  return stampAndAppend(env, thr, std::move(event));
+  return event && nameAndAppend(env, thr, std::move(event), requestName, applicationName, url);
 }
 
 bool EventUtils::sendRequest(JNIEnv* env, ThreadData* thr, RequestEvent* request) {
   VEL_TRACE();
-  if (!request) return false;
-  return stampAndAppend(env, thr, std::unique_ptr<RequestEvent>(request));
+  std::unique_ptr<RequestEvent> event(request);
+  if (!event) return false;
+  if (event->getSubType() != Event::START) return stampAndAppend(env, thr, std::move(event));
+  return nameAndAppend(env, thr, std::move(event), "", "", "");
 }
 
 // Collections come on whatever thread reports them, most often one without a record.

@@ -1,6 +1,4 @@
 // What the portal reports: requests, their phases, and figures that it has summed up itself.
-#include <cstring>
-
 #include "base/Trace.h"
 #include "events/EventUtils.h"
 #include "events/EventUtilsSupport.h"
@@ -39,11 +37,7 @@ VEL_PORTAL_PHASE(appendPortalActionRequestEvent, PortalActionEvent)
 // Null when the thread's page has no name: the record says so itself.
 static OwnedText pageNameOf(const ThreadData* thr) {
   const char* const name = thr ? thr->getPortalPageName() : nullptr;
-  if (!name) return nullptr;
-  const std::size_t size = std::strlen(name) + 1;
-  auto copy = std::make_unique_for_overwrite<char[]>(size);
-  std::memcpy(copy.get(), name, size);
-  return copy;
+  return name ? copyText(name) : nullptr;
 }
 
 bool EventUtils::appendPortalGatewayServletRequestEvent(JNIEnv* env, Event::EventSubType subType) {

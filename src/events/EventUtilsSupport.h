@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -14,7 +15,13 @@
 
 // What the operations of the request API share. For its own files only.
 
-inline OwnedText emptyText() { return std::make_unique<char[]>(1); }
+// A copy of at most `limit` bytes; null counts as an empty text, as it does for Java strings.
+inline OwnedText copyText(const char* text, std::size_t limit = kMaxTextBytes) {
+  const std::size_t length = text ? cutLength(text, std::strlen(text), limit) : 0;
+  auto copy = std::make_unique<char[]>(length + 1);
+  std::copy_n(text, length, copy.get());
+  return copy;
+}
 
 // A Java string for an event; a cut is counted.
 inline OwnedText ownText(JNIEnv* env, jstring string, std::size_t limit = kMaxTextBytes,

@@ -36,11 +36,15 @@ void GPSTokenUtils::setUpGps(JNIEnv* env, jstring regMask) {
   const JavaText mask = javaText(env, regMask);
   const unsigned int region = bitsOf(mask.text.get(), firstBit);
   traceMax("regMask: 0x%X", region);
-  regionId |= region;
+  const int cushion = PropertyMgr::getInstance()->getIntProperty("gps.cushion", 200);
+  {
+    const LockScope covered(saveTokenLock);
+    regionId |= region;
+    gpsMask = mask.length < 32 ? allOne >> mask.length : 0;
+    gpsCushion = std::max(1, cushion);
+  }
   traceMax("regionId: 0x%X", regionId);
-  gpsMask = mask.length < 32 ? allOne >> mask.length : 0;
   traceMax("gpsMask: 0x%X", gpsMask);
-  gpsCushion = std::max(1, PropertyMgr::getInstance()->getIntProperty("gps.cushion", 200));
   initGPSCounterFile();
 }
 

@@ -27,6 +27,7 @@ class GPSTokenUtils {
   static constexpr unsigned int allOne = 0xFFFFFFFFu;
   static constexpr const char* GPS_COUNTER_FILE = "veloraGpsCounter.txt";
   enum { kNext, kCovered };  // the words of tokenPtr
+  // Written under saveTokenLock, because a token may be on its way while another set-up runs.
   static unsigned int regionId, gpsMask, gpsCounter;
   static int gpsCushion;  // tokens that the file is ahead
   static char counterFile[1024];

@@ -124,7 +124,8 @@ void layout(W& w, const GPSMQEvent& e) {
   writeTimedPrefix(w, gpsMQRecordId(e.action, start), e);
   if (start) {
     // The length is two bytes, so no more than that many may follow it.
-    const auto length = e.gpsToken ? static_cast<unsigned>(e.arrLength) & 0xFFFF : 0;
+    const bool present = e.gpsToken && e.arrLength > 0;
+    const auto length = present ? static_cast<unsigned>(e.arrLength) & 0xFFFF : 0;
     w.writeString(e.queueName);
     w.writeShort(length);
     w.writeBytes(e.gpsToken.get(), length);

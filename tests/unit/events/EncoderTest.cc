@@ -117,6 +117,13 @@ TEST_F(Encoder, KindsBesideTheUsual) {
          return e;
        },
        expected("37", "0000 00 01 7F7F")},
+      {"a token of a senseless length",
+       [&] {
+         auto e = gpsMq(Event::MQ_PUT, Event::START);
+         e->arrLength = -1;
+         return e;
+       },
+       expected("37", "0001 71 0000 00 01 7F7F")},
       {"MQ that failed", [] { return std::make_unique<MQEvent>(Event::ERRORS); }, ""},
       {"cross-process of another kind", [] { return std::make_unique<GPSEvent>(Event::NOSTYPE); },
        expected("00", "01 7F7F")},

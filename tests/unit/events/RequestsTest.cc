@@ -10,6 +10,7 @@
 #include "delivery/ThreadMgr.h"
 #include "events/EventUtils.h"
 #include "fake/FakeJvm.h"
+#include "fake/FakeToolkit.h"
 
 using namespace std::string_literals;
 
@@ -322,6 +323,16 @@ TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
   EXPECT_STREQ(takeOne<ServletEvent>()->url.get(), "/lo");
 }
 
+TEST_F(Requests, NullStatementIsEmptyAndNoted) {
+  FakeToolkit toolkit;
+  toolkit.setTraceLevel(kTraceMax);
+  EventUtils::beginSQLRequest(env, nullptr, nullptr, nullptr);
+  const auto e = takeOne<SQLEvent>();
+  EXPECT_STREQ(e->sql.get(), "");
+  EXPECT_STREQ(e->data_source_name.get(), "");
+  EXPECT_EQ(std::ranges::count(toolkit.texts(), "sql = null"), 1);
+}
+
 TEST_F(Requests, DriverBelowADataSourceIsSilent) {
   EventUtils::beginSQLRequest(env, nullptr, s("x"), s("ds"));
   EXPECT_FALSE(EventUtils::beginJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
@@ -438,6 +449,17 @@ TEST_F(Requests, SendRequestKeepsWhatIsThere) {
   EXPECT_STREQ(page->request_name.get(), "mine");
   EXPECT_STREQ(page->application_name.get(), "");
   EXPECT_STREQ(page->userName.get(), "");
+
+  MemoryMonitor::urlLimit_ = 4;
+  EventUtils::sendRequest(env, nullptr, new PortalPageEvent(Event::START), "n", nullptr, "/long");
+  const auto fromNative = takeOne<PortalPageEvent>();
+  EXPECT_STREQ(fromNative->application_name.get(), "");
+  EXPECT_STREQ(fromNative->url.get(), "/lo");
+
+  EventUtils::sendRequest(env, nullptr, new PortalPageEvent(Event::START));
+  const auto unnamed = takeOne<PortalPageEvent>();
+  for (const auto* name : {&unnamed->request_name, &unnamed->application_name, &unnamed->url})
+    EXPECT_STREQ(name->get(), "");
 
   EventUtils::sendRequest(env, nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
   EXPECT_EQ(takeOne<GPSEvent>()->request_name, nullptr) << "a name is no token";
