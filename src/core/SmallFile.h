@@ -1,28 +1,10 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <cstddef>
-#include <utility>
+
+#include "base/UniqueFd.h"
 
 // The few files that the agent reads and writes while the JVM starts: never one that blocks.
-class UniqueFd {
- public:
-  explicit UniqueFd(int fd = -1) : fd_(fd) {}
-  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  ~UniqueFd() {
-    if (fd_ >= 0) close(fd_);
-  }
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
 
 // A regular file for reading; nothing for a directory, a FIFO or any other thing that only has a
 // file's name. Never waits for anybody.
