@@ -13,14 +13,16 @@ class UniqueFd {
   explicit UniqueFd(int fd) : fd_(fd) {}
   UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
   UniqueFd& operator=(UniqueFd&& other) noexcept {
-    std::swap(fd_, other.fd_);
+    if (this != &other) {
+      close();
+      fd_ = other.release();
+    }
     return *this;
   }
-  ~UniqueFd() {
-    if (fd_ >= 0) close(fd_);
-  }
+  ~UniqueFd() { close(); }
   int get() const { return fd_; }
   int release() { return std::exchange(fd_, -1); }
+  int close() { return fd_ < 0 ? 0 : ::close(release()); }  // what close() said
   explicit operator bool() const { return fd_ >= 0; }
 
  private:

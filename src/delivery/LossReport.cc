@@ -10,12 +10,12 @@
 
 #include "base/Identity.h"
 #include "base/Trace.h"
+#include "base/UniqueFd.h"
 #include "base/VeloraBase.h"
 #include "base/platform.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/NetworkAgentMgr.h"
 #include "delivery/ThreadMgr.h"
-#include "delivery/UniqueFd.h"
 
 constexpr std::chrono::seconds kFileEvery{10};
 constexpr std::chrono::seconds kLogEvery{60};

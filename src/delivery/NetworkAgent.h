@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/UniqueFd.h"
 #include "base/VelList.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
 #include "delivery/LossLedger.h"
 #include "delivery/NetworkAgentData.h"
 #include "delivery/Pacer.h"
-#include "delivery/UniqueFd.h"
 
 // Owns one connection to the publish server and the packets that wait for it, on a Java thread of
 // its own. What other threads may call comes first; all the rest is for the loop's thread.

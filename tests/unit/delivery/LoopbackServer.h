@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "delivery/UniqueFd.h"
+#include "base/UniqueFd.h"
 
 // A publish server on a port of the kernel's choice, driven by the test's own thread: the kernel
 // completes connections by itself, so nothing here waits but for bytes that are on their way.
