@@ -10,12 +10,20 @@
 
 constexpr int kFailuresSaid = 6;
 
+// A look-up may fail twice a second for days: exceptions of the first ones only are printed.
+static bool failed(JNIEnv* env, bool said) {
+  if (said) return describeAndClear(env);
+  if (!env->ExceptionCheck()) return false;
+  env->ExceptionClear();
+  return true;
+}
+
 // The look-up class, found once; its global reference lives as long as the process.
-static jclass lookupClass(JNIEnv* env) {
+static jclass lookupClass(JNIEnv* env, bool said) {
   static std::atomic<jclass> cached{nullptr};
   if (jclass known = cached) return known;
   const LocalRef<jclass> found(env, env->FindClass("com/velora/publish/pe_lookup"));
-  if (describeAndClear(env) || !found) return nullptr;
+  if (failed(env, said) || !found) return nullptr;
   auto* global = static_cast<jclass>(env->NewGlobalRef(found));
   jclass before = nullptr;
   if (!global || cached.compare_exchange_strong(before, global)) return global;
@@ -24,11 +32,11 @@ static jclass lookupClass(JNIEnv* env) {
 }
 
 // False: the call itself failed, or it answered anything but 1.
-static bool initializeLookup(JNIEnv* env, jclass lookup) {
+static bool initializeLookup(JNIEnv* env, jclass lookup, bool said) {
   const jmethodID initialize = env->GetStaticMethodID(lookup, "initialize", "()I");
-  if (describeAndClear(env) || !initialize) return false;
+  if (failed(env, said) || !initialize) return false;
   const jint result = env->CallStaticIntMethod(lookup, initialize);
-  return !describeAndClear(env) && result == 1;
+  return !failed(env, said) && result == 1;
 }
 
 static bool readInt(JNIEnv* env, jclass lookup, const char* name, int* value) {
@@ -48,14 +56,15 @@ bool NetworkAgent::getPSDetailsFromKernel(JNIEnv* env, int nCntLog) {
   VEL_TRACE_AS("NetworkAgent.cc");
   portNumber_ = buffSize_ = -1;
   hostName_.reset();
-  const jclass lookup = lookupClass(env);
+  const bool said = nCntLog < kFailuresSaid;
+  const jclass lookup = lookupClass(env, said);
   if (!lookup) return false;
-  if (!initializeLookup(env, lookup)) {
-    if (nCntLog < kFailuresSaid) logWarn({1058, "PSLookup failed"});
+  if (!initializeLookup(env, lookup, said)) {
+    if (said) logWarn({1058, "PSLookup failed"});
     return false;
   }
   const jfieldID host = env->GetStaticFieldID(lookup, "hostName_", "Ljava/lang/String;");
-  if (describeAndClear(env) || !host) {
+  if (failed(env, said) || !host) {
     traceMin("PS Lookup was successful but hostName field id was not found");
     return false;
   }

@@ -197,10 +197,14 @@ TEST_F(Network, LookupFailures) {
   EXPECT_EQ(agent->getPortNumber(), server.port());
   EXPECT_EQ(agent->getBuffSize(), 4096);
   lookup.throws = true;
+  const std::atomic<int>& printed = theJvm().threadOf(env)->described;
+  const int before = printed;
   EXPECT_FALSE(agent->getPSDetailsFromKernel(env, 5));
   EXPECT_EQ(said().count(1058), 1);
+  EXPECT_EQ(printed, before + 1);
   EXPECT_FALSE(agent->getPSDetailsFromKernel(env, 6)) << "the same, unsaid";
   EXPECT_EQ(said().count(1058), 1);
+  EXPECT_EQ(printed, before + 1);
   EXPECT_EQ(agent->getHostName(), nullptr);
   EXPECT_EQ(agent->getPortNumber(), -1);
   lookup.throws = false;
