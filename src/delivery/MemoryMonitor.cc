@@ -41,7 +41,11 @@ static constexpr bool refuses(bool refusing, ULONG estimate, ULONG ceiling, ULON
 static_assert(refuses(false, 60, 60, 2) && refuses(true, 59, 60, 2));
 static_assert(!refuses(false, 59, 60, 2) && !refuses(true, 58, 60, 2));
 
-MemoryMonitor* MemoryMonitor::getInstance() { return slot.getOrCreate(); }
+MemoryMonitor* MemoryMonitor::getInstance() {
+  VEL_TRACE();
+  return slot.getOrCreate();
+}
+
 MemoryMonitor* MemoryMonitor::getIfPresent() { return slot.get(); }
 
 void MemoryMonitor::destroy() {

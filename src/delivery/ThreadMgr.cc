@@ -32,7 +32,11 @@ struct FoundRecord {
 static thread_local constinit FoundRecord lastFound{nullptr, nullptr, 0};
 static std::atomic<std::uint64_t> tableGeneration{1};
 
-ThreadMgr* ThreadMgr::getInstance() { return slot.getOrCreate(); }
+ThreadMgr* ThreadMgr::getInstance() {
+  VEL_TRACE();
+  return slot.getOrCreate();
+}
+
 ThreadMgr* ThreadMgr::getIfPresent() { return slot.get(); }
 
 ThreadMgr::ThreadMgr() : VeloraBase("ThreadMgr"), thrTable_(64, true, false) {

@@ -11,6 +11,7 @@
 
 #include "base/InstanceSlot.h"
 #include "base/ThreadModelSource.h"
+#include "base/Trace.h"
 #include "base/VelHashTable.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
@@ -29,12 +30,18 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   // agents' loops must have ended.
   void stop();
   void destroy();
-  bool isReady() const { return start_.load(std::memory_order_acquire); }
+  bool isReady() const {
+    VEL_TRACE();
+    return start_.load(std::memory_order_acquire);
+  }
 
   // Null: not started, no environment, or the event agents are not ready for a new record.
   ThreadData* getThreadData(JNIEnv* env);
   ThreadData* getThreadData(const JVMPI_Event* event);
-  ThreadData* getThreadLocalStorage(JNIEnv* env) { return getThreadData(env); }
+  ThreadData* getThreadLocalStorage(JNIEnv* env) {
+    VEL_TRACE();
+    return getThreadData(env);
+  }
   ThreadData* getThreadDataIfPresent(JNIEnv* env);
   bool threadExists(JNIEnv* env);
   ThreadData* getThreadData(const char* grpname, const char* thrname);
@@ -71,7 +78,10 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   // Null-terminated, the caller frees array and elements; null when there are none.
   ThreadDataCopy** getAllThreadDataCopies();
   _LinuxThreadModel setLinuxThreadingModel(int pid);
-  _LinuxThreadModel getLinuxThreadingModel() { return linuxThreadModel; }
+  _LinuxThreadModel getLinuxThreadingModel() {
+    VEL_TRACE();
+    return linuxThreadModel;
+  }
   _LinuxThreadModel threadModel() override { return getLinuxThreadingModel(); }
   std::vector<Pids> threadPids() override;
 
