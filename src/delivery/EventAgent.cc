@@ -42,9 +42,22 @@ EventAgent::~EventAgent() {
 
 void EventAgent::startThread(JNIEnv* env) {
   VEL_TRACE();
+  if (occupied_.exchange(true)) {
+    traceMin("EventAgent ID: %d runs already", id_);
+    return;
+  }
   beginLoop(env);
-  while (running()) runCycle();
+  while (running()) tryCycle();
   endLoop();
+  occupied_ = false;
+}
+
+// Whatever fails in a cycle, most likely for want of memory, the loop lives on to its proper end:
+// the manager's stop waits for that.
+void EventAgent::tryCycle() try { runCycle(); } catch (const std::exception& e) {
+  handOn(false);
+  traceMin("An event agent's cycle failed: %s", e.what());
+  pause();
 }
 
 void EventAgent::beginLoop(JNIEnv* env) {
@@ -75,7 +88,7 @@ void EventAgent::runCycle() {
   pause();
   PacketSink* sink = packetSink;
   connection_ = sink ? sink->connectionOf(this) : 0;
-  if (EvtAgentMgr::getInstance()->canSendData(this))
+  if (sink && EvtAgentMgr::getInstance()->canSendData(this))
     sendQueued(*sink);
   else
     waitForServer();
@@ -114,8 +127,7 @@ void EventAgent::measureMemory() {
 void EventAgent::pause() { pacer_->pause(hurry_ ? kHurryPauseMs : publishFreq_, start_); }
 
 void EventAgent::sendQueued(PacketSink& sink) {
-  if (resendInitRecord_) sendInitRecords();
-  if (resendInitRecord_ || !resendDataIfDue()) return;
+  if (!beginConnection()) return;
   const int bytes = prepare2send();
   const bool taken = sink.sendPacket(this, buffer_.get(), bytes, eventsInHand_, connection_);
   handOn(taken);
@@ -123,6 +135,15 @@ void EventAgent::sendQueued(PacketSink& sink) {
     _logDebug(__FILE_NAME__, __LINE__, LogText("Buffer size sent to PS: %d", bytes));
   else
     logWarn({1041, "Failed to send data, NAMgr send was unsuccessful"});
+}
+
+// What each connection begins with, where that is due and not sent yet. False: it could not be.
+bool EventAgent::beginConnection() try {
+  if (resendInitRecord_) sendInitRecords();
+  return !resendInitRecord_ && resendDataIfDue();
+} catch (...) {
+  notifyPSReconnect();  // both anew: nobody knows how far it came
+  throw;
 }
 
 // False: the connection went again; its notice sets the init flag before the data flag, so a data
@@ -222,6 +243,10 @@ void EventAgent::resendInitialData() {
   }
   if (!specialQueue_) {
     _logDebug(__FILE_NAME__, __LINE__, "The special event queue is NULL, cannot resendInitData");
+  } else if (!specialQueue_->getEvtQueue()) {
+    _logDebug(__FILE_NAME__, __LINE__,
+              LogText("Event Queue NULL for Special Event Queue Thread, TID: %d",
+                      threadIdOf(specialQueue_->getThreadId())));
   } else {
     std::uint64_t stale = 0;
     for (; Event* evt = specialQueue_->getEvtQueue()->pop(); ++stale) release(specialQueue_, evt);

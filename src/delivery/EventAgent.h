@@ -40,7 +40,8 @@ class EventAgent : public virtual VeloraBase {
   // A loop that is about to begin ends at once: the manager is stopping.
   void retire() { retired_ = true; }
 
-  void startThread(JNIEnv* env);  // the loop; returns when stopped
+  // The loop; returns when stopped, and at once when it runs already.
+  void startThread(JNIEnv* env);
   void beginLoop(JNIEnv* env);
   void runCycle();
   void endLoop();
@@ -64,8 +65,10 @@ class EventAgent : public virtual VeloraBase {
 
   bool running() const { return start_ && !retired_; }
   void measureMemory();
+  void tryCycle();
   void pause();
   void sendQueued(PacketSink& sink);
+  bool beginConnection();
   bool resendDataIfDue();
   void waitForServer();
   void sendSamplingRates();
@@ -76,6 +79,7 @@ class EventAgent : public virtual VeloraBase {
   long bufferBytes() const { return eventPacketSize_ * 1024; }
   void trimOverLimit(ThreadData* thr, Packet& packet);
   void drain(ThreadData* thr, Packet& packet);
+  void keep(ThreadData* thr, Event* evt);
   void release(ThreadData* thr, Event* evt);
   void handOn(bool taken);
   std::unique_ptr<Event> makeDropEvent(JNIEnv* env) const;
@@ -106,5 +110,6 @@ class EventAgent : public virtual VeloraBase {
   std::unique_ptr<Pacer> pacer_;
   std::atomic<bool> hurry_{false};
   std::atomic<bool> retired_{false};
+  std::atomic<bool> occupied_{false};  // a thread is inside startThread
   std::atomic<int> eventsInHand_{0};
 };

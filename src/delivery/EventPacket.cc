@@ -109,7 +109,7 @@ void EventAgent::drain(ThreadData* thr, Packet& packet) {
                        static_cast<int>(evt->getType()), bytes));
       LossLedger::lost(LossCause::tooLarge);
     } else if (bytes > packet.room()) {
-      keepList_.append(evt);
+      keep(thr, evt);
       queue->prependAll(&keepList_);
       packet.full = true;
       return;
@@ -127,6 +127,13 @@ void EventAgent::drain(ThreadData* thr, Packet& packet) {
 bool EventAgent::addEventToBuffer(Event* evt, char** cursor) {
   VEL_TRACE();
   return evt && evt->addToBuffer(cursor);
+}
+
+// For the head of its queue; where there is no memory even for that, it is lost.
+void EventAgent::keep(ThreadData* thr, Event* evt) {
+  if (keepList_.append(evt)) return;
+  release(thr, evt);
+  LossLedger::lost(LossCause::memory);
 }
 
 void EventAgent::release(ThreadData* thr, Event* evt) {
@@ -150,7 +157,7 @@ int EventAgent::dropRecordsFromQueue(ThreadData* thr, bool addDropRec, char** bu
     Event* evt = queue->pop();
     if (!evt) break;
     if (!evt->isDroppable()) {
-      keepList_.append(evt);
+      keep(thr, evt);
       continue;
     }
     if (addDropRec) updateDropRecordCounters(evt);

@@ -14,7 +14,10 @@
 
 static InstanceSlot<EvtAgentMgr> slot;
 
-EvtAgentMgr* EvtAgentMgr::getInstance() { return slot.getOrCreate(); }
+EvtAgentMgr* EvtAgentMgr::getInstance() {
+  VEL_TRACE();
+  return slot.getOrCreate();
+}
 
 EvtAgentMgr* EvtAgentMgr::getIfPresent() { return slot.get(); }
 
@@ -122,8 +125,9 @@ void EvtAgentMgr::startEvtAgent(JNIEnv* env, int id) {
   VEL_TRACE();
   const AgentRef agent = agentAt(id);
   if (!agent) return;
+  const std::shared_ptr<Pacer> stopPacer = stopPacer_;  // this manager may be gone after the loop
   agent->startThread(env);
-  stopPacer_->wake();
+  stopPacer->wake();
 }
 
 void EvtAgentMgr::stopEvtAgent(int id) {
@@ -240,10 +244,11 @@ bool EvtAgentMgr::flush(int maxMillis) {
     for (const AgentRef& agent : agents()) agent->hurry(on);
     if (PacketSink* sink = packetSink) sink->hurry(on);
   };
-  const std::uint64_t due = LossLedger::snapshot().created;
+  const LossLedger::Snapshot begun = LossLedger::snapshot();
+  const std::uint64_t due = begun.created - begun.turnedAway();
   const auto gone = [due] {
     const LossLedger::Snapshot now = LossLedger::snapshot();
-    return now.sent + now.lostTotal() >= due;
+    return now.queued() == 0 || now.sent + now.lostTotal() - now.turnedAway() >= due;
   };
   using Clock = std::chrono::steady_clock;
   const auto begin = Clock::now();

@@ -73,5 +73,6 @@ class EvtAgentMgr : public virtual VeloraBase,
   const int evtAgentCnt_;
   std::atomic<bool> resendDataComplete_{true};
   std::atomic<EventAgent*> leader_{nullptr};  // one of eventAgents_
-  std::unique_ptr<Pacer> stopPacer_;          // between two looks for agents that still run
+  // Between two looks for agents that still run. Shared with their loops, whose last touch it is.
+  const std::shared_ptr<Pacer> stopPacer_;
 };

@@ -37,6 +37,11 @@ std::uint64_t LossLedger::Snapshot::lostTotal() const {
   return std::accumulate(lost.begin(), lost.begin() + kLossCauses, std::uint64_t{0});
 }
 
+std::uint64_t LossLedger::Snapshot::turnedAway() const {
+  return of(LossCause::queueFull) + of(LossCause::memory) + of(LossCause::disabled) +
+         of(LossCause::noThread);
+}
+
 LossLedger::Snapshot LossLedger::Snapshot::operator-(const Snapshot& earlier) const {
   Snapshot since;
   since.created = created - earlier.created;

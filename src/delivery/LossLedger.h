@@ -53,6 +53,7 @@ class LossLedger {
     std::uint64_t of(LossCause cause) const { return lost[static_cast<std::size_t>(cause)]; }
     std::uint64_t lostTotal() const;
     std::uint64_t queued() const { return created - sent - lostTotal(); }
+    std::uint64_t turnedAway() const;  // ended as soon as they were created: never in a queue
     Snapshot operator-(const Snapshot& earlier) const;
     bool operator==(const Snapshot&) const = default;
   };

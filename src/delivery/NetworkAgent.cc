@@ -89,9 +89,21 @@ void NetworkAgent::hurry(bool on) {
 
 void NetworkAgent::runTCPagent(JNIEnv* env) {
   VEL_TRACE();
+  if (occupied_.exchange(true)) {
+    traceMin("Network Agent Thread runs already");
+    return;
+  }
   beginLoop();
-  while (running()) runCycle(env);
+  while (running()) tryCycle(env);
   endLoop();
+  occupied_ = false;
+}
+
+// Whatever fails in a cycle, most likely for want of memory, the loop lives on to its proper end:
+// the manager's stop waits for that.
+void NetworkAgent::tryCycle(JNIEnv* env) try { runCycle(env); } catch (const std::exception& e) {
+  traceMin("A network agent's cycle failed: %s", e.what());
+  pause();
 }
 
 void NetworkAgent::beginLoop() {

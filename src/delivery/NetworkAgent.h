@@ -36,7 +36,8 @@ class NetworkAgent : public virtual VeloraBase {
   // Events in queued packets and in the one being written.
   std::uint64_t getQueuedEvents() const { return queuedEvents_; }
 
-  void runTCPagent(JNIEnv* env);  // the loop; returns when stopped
+  // The loop; returns when stopped, and at once when it runs already.
+  void runTCPagent(JNIEnv* env);
   void beginLoop();
   void runCycle(JNIEnv* env);
   void endLoop();
@@ -56,6 +57,7 @@ class NetworkAgent : public virtual VeloraBase {
  private:
   bool running() const { return start_ && !retired_; }
   bool interrupted() const { return stopRequested_ || retired_; }
+  void tryCycle(JNIEnv* env);
   bool mayTake(unsigned connection);
   std::unique_ptr<NetworkAgentData> nextPacket();
   void writeOnePacket();
@@ -95,6 +97,7 @@ class NetworkAgent : public virtual VeloraBase {
   std::atomic<std::uint64_t> queuedEvents_{0};
   std::atomic<bool> stopRequested_{false};
   std::atomic<bool> retired_{false};
+  std::atomic<bool> occupied_{false};  // a thread is inside runTCPagent
   std::atomic<bool> hurry_{false};
   LossCause flushCause_ = LossCause::packetLost;  // why the connection went
 };

@@ -1,7 +1,6 @@
 #include "delivery/NetworkAgentMgr.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "base/Messages.h"
 #include "base/Trace.h"
@@ -13,7 +12,10 @@ Published<QueuedBytes> queuedBytes;
 
 static InstanceSlot<NetworkAgentMgr> slot;
 
-NetworkAgentMgr* NetworkAgentMgr::getInstance() { return slot.getOrCreate(); }
+NetworkAgentMgr* NetworkAgentMgr::getInstance() {
+  VEL_TRACE();
+  return slot.getOrCreate();
+}
 
 NetworkAgentMgr* NetworkAgentMgr::getIfPresent() { return slot.get(); }
 
@@ -105,8 +107,9 @@ void NetworkAgentMgr::startNetworkAgent(JNIEnv* env, int id) {
   VEL_TRACE();
   const AgentRef agent = agentAt(id);
   if (!agent) return;
+  const std::shared_ptr<Pacer> stopPacer = stopPacer_;  // this manager may be gone after the loop
   agent->runTCPagent(env);
-  stopPacer_->wake();
+  stopPacer->wake();
 }
 
 void NetworkAgentMgr::stopNetworkAgent(JNIEnv*, int id) {
@@ -190,21 +193,6 @@ std::uint64_t NetworkAgentMgr::countQueuedEvents() {
   std::uint64_t events = 0;
   for (const AgentRef& agent : agents()) events += agent->getQueuedEvents();
   return events;
-}
-
-bool NetworkAgentMgr::flush(int maxMillis) {
-  VEL_TRACE();
-  constexpr long kLookEveryMs = 5;
-  static const std::atomic<bool> always{true};
-  using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::milliseconds(maxMillis);
-  const std::unique_ptr<Pacer> pacer = makePacer();
-  hurry(true);
-  bool empty;
-  while (!(empty = countQueuedEvents() == 0) && Clock::now() < deadline)
-    pacer->pause(kLookEveryMs, always);
-  hurry(false);
-  return empty;
 }
 
 void NetworkAgentMgr::registerConnectionInitListener(NetworkAgentMgrConnInitListener* listener) {

@@ -39,8 +39,6 @@ class NetworkAgentMgr : public virtual VeloraBase, public PacketSink, public Que
   bool sendPacket(void* clientId, const char* buf, int length, int events,
                   unsigned connection) override;
   void hurry(bool on) override;
-  // Writes what is queued, within the given time. False: something is left.
-  bool flush(int maxMillis);
   // Events in queued packets and in those being written.
   std::uint64_t countQueuedEvents();
 
@@ -71,5 +69,6 @@ class NetworkAgentMgr : public virtual VeloraBase, public PacketSink, public Que
 
   VelLock lock_;          // taken before an agent's and a bucket's
   VelLock listenerLock_;  // held while the listener is told, so that it can be taken away safely
-  std::unique_ptr<Pacer> stopPacer_;
+  // Between two looks for agents that still run. Shared with their loops, whose last touch it is.
+  const std::shared_ptr<Pacer> stopPacer_;
 };

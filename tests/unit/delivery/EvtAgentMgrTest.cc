@@ -160,6 +160,39 @@ TEST_F(Pool, BothRunAndThreadsAlternate) {
   EXPECT_EQ(given, (std::vector<int>{-1, 0, 1, 0, 1}));
 }
 
+TEST_F(Pool, ALoopRunsOnceAtATime) {
+  start("1");
+  int within = 0, deepest = 0;
+  lead(2, [&](int) {
+    deepest = std::max(deepest, ++within);
+    if (deepest < 3) agents()->startEvtAgent(theJvm().env(), 0);
+    --within;
+  });
+  EXPECT_EQ(deepest, 1) << "a second loop would share the first one's buffer";
+  lead(1);
+  EXPECT_FALSE(agents()->isReady()) << "and it can be run again";
+}
+
+// The packet of that cycle is lost and counted, and a failure among the init records repeats them.
+TEST_F(Pool, ALoopOutlivesWhatFailsInACycle) {
+  start("1");
+  class Failing : public FakeSink {
+   public:
+    bool sendPacket(void* client, const char* buf, int length, int events, unsigned on) override {
+      if (++offered == 1 || offered == 3) throw std::bad_alloc();
+      return FakeSink::sendPacket(client, buf, length, events, on);
+    }
+    int offered = 0;
+  } failing;
+  packetSink = &failing;
+  lead(6);
+  EXPECT_FALSE(agents()->isReady());
+  ASSERT_GE(failing.packets.size(), 2u);
+  EXPECT_EQ(failing.packets[0].bytes[4], 0x64) << "init records, at the second attempt";
+  EXPECT_EQ(failing.packets[0].events, 0);
+  EXPECT_GE(since().of(LossCause::packetRefused), 1u) << "the packet behind them";
+}
+
 // With the pauses of the real thing: what cannot be woken would hang here.
 TEST_F(Pool, StopEndsPausesOfAnyLength) {
   set("internal.probe.publishing.frequency", "600000");

@@ -53,6 +53,18 @@ TEST_F(Ledger, FlushSendsWhatIsQueued) {
   loop.join();
 }
 
+// What is turned away meanwhile took nothing out of a queue.
+TEST_F(Ledger, FlushDoesNotTakeRefusalsForEventsThatLeft) {
+  startManagers();
+  collecting();
+  ThreadData* thr = thread(newEnv());
+  ASSERT_EQ(thr, nullptr) << "no agent runs";
+  thr = ThreadMgr::getInstance()->createSpecialEventQueue(newEnv());
+  append(thr, 3);
+  onPause = [](long) { LossLedger::refused(LossCause::disabled, 100); };
+  EXPECT_FALSE(agents()->flush(20));
+}
+
 // Appenders, threads that end, agents that drain and trim, refused packets, a connection that comes
 // and goes, and a stop in the middle. Whatever happens, the books balance.
 TEST_F(Ledger, BalancesUnderAllOfItAtOnce) {
