@@ -15,12 +15,12 @@ static void fillStatement(SQLEvent& e, JNIEnv* env, jstring sql, jstring dataSou
 }
 
 static bool beginStatement(JNIEnv* env, ThreadData* thr, jstring sql, jstring dataSource) {
-  return beginCall(env, thr, std::make_unique<SQLEvent>(Event::START),
+  return beginCall(env, thr, makeEvent<SQLEvent, Event::START>,
                    [&](SQLEvent& e) { fillStatement(e, env, sql, dataSource); });
 }
 
 static bool endStatement(JNIEnv* env, ThreadData* thr) {
-  return endCall(env, thr, std::make_unique<SQLEvent>(Event::END),
+  return endCall(env, thr, makeEvent<SQLEvent, Event::END>,
                  [](SQLEvent& e) { e.size_ = MemoryMonitor::getSQLSize(); });
 }
 

@@ -92,10 +92,9 @@ bool EventUtils::appendCommonEvent(JNIEnv* env, Event::EventType type, Event::Ev
   ThreadData* thr = currentThread(env);
   const bool start = subType == Event::START;
   if (start ? suppressedBegin(thr) : suppressedEnd(thr)) return false;
-  std::unique_ptr<CommonEvent> event(createCommonEvent(type, subType));
-  if (!start)
-    return endCall(env, thr, std::move(event), [&](CommonEvent& e) { e.init(env, args); });
-  return beginCall(env, thr, std::move(event), [&](CommonEvent& e) {
+  const auto make = [=] { return std::unique_ptr<CommonEvent>(createCommonEvent(type, subType)); };
+  if (!start) return endCall(env, thr, make, [&](CommonEvent& e) { e.init(env, args); });
+  return beginCall(env, thr, make, [&](CommonEvent& e) {
     e.className = ownText(env, className);
     e.methodName = ownText(env, methodName);
     e.init(env, args);
@@ -117,8 +116,9 @@ static void carryToken(GPSEvent& e, ThreadData* thr, UINT token) {
 
 static bool openGps(JNIEnv* env, Event::EventSubType subType, UINT token) {
   ThreadData* thr = currentThread(env);
-  return beginCall(env, thr, std::make_unique<GPSEvent>(subType),
-                   [&](GPSEvent& e) { carryToken(e, thr, token); });
+  return beginCall(
+      env, thr, [=] { return std::make_unique<GPSEvent>(subType); },
+      [&](GPSEvent& e) { carryToken(e, thr, token); });
 }
 
 bool EventUtils::beginGpsInvoke(JNIEnv* env) {
@@ -128,7 +128,7 @@ bool EventUtils::beginGpsInvoke(JNIEnv* env) {
 
 bool EventUtils::endGpsInvoke(JNIEnv* env) {
   VEL_TRACE_AS("EventUtils.cc");
-  return endCall(env, currentThread(env), std::make_unique<GPSEvent>(Event::END), FillNothing());
+  return endCall(env, currentThread(env), makeEvent<GPSEvent, Event::END>, FillNothing());
 }
 
 static std::optional<UINT> tokenOf(std::string_view digits) {
@@ -150,9 +150,9 @@ bool EventUtils::beginGpsReceive(JNIEnv* env, jstring token) {
 bool EventUtils::completeGpsReceive(JNIEnv* env) {
   VEL_TRACE_AS("EventUtils.cc");
   ThreadData* thr = currentThread(env);
-  auto event = std::make_unique<GPSEvent>(Event::COMPLETE);
+  const LevelEnd closing{thr};
+  auto event = makeEvent<GPSEvent, Event::COMPLETE>();
   event->servletDepth = currentDepth(thr);
-  leaveDepth(thr);
   return appendGPSReceiveEvent(env, thr, event.release());
 }
 

@@ -68,24 +68,37 @@ void setDepth(E& event, int depth) {
     event.servletDepth = depth;
 }
 
-// One level deeper from here on, whether or not the event can be queued: the end comes anyway.
-template <class E, class Fill>
-bool beginCall(JNIEnv* env, ThreadData* thr, std::unique_ptr<E> event, Fill fill) {
-  setDepth(*event, enterDepth(thr));
+// What makes an event is called once the level is open: the end comes anyway, even where the event
+// cannot be queued or there is no memory for it.
+template <class Make, class Fill>
+bool beginCall(JNIEnv* env, ThreadData* thr, Make make, Fill fill) {
+  const int depth = enterDepth(thr);
+  auto event = make();
+  setDepth(*event, depth);
   EventUtils::stamp(*event, env, thr);
   fill(*event);
   return EventUtils::appendRequestEvent(env, thr, event.release());
 }
 
+struct LevelEnd {
+  ThreadData* const thr;
+  ~LevelEnd() { leaveDepth(thr); }
+};
+
 // An end without a begin is reported too, and leaves the depth at 0.
-template <class E, class Fill>
-bool endCall(JNIEnv* env, ThreadData* thr, std::unique_ptr<E> event, Fill fill) {
+template <class Make, class Fill>
+bool endCall(JNIEnv* env, ThreadData* thr, Make make, Fill fill) {
+  const LevelEnd closing{thr};
+  auto event = make();
   setDepth(*event, currentDepth(thr));
   EventUtils::stamp(*event, env, thr);
   fill(*event);
-  const bool queued = EventUtils::appendRequestEvent(env, thr, event.release());
-  leaveDepth(thr);
-  return queued;
+  return EventUtils::appendRequestEvent(env, thr, event.release());
+}
+
+template <class E, Event::EventSubType SubType>
+std::unique_ptr<E> makeEvent() {
+  return std::make_unique<E>(SubType);
 }
 
 struct FillNothing {
@@ -96,14 +109,14 @@ template <class E, class Fill = FillNothing>
 bool beginNested(JNIEnv* env, Fill fill = {}) {
   ThreadData* thr = currentThread(env);
   if (suppressedBegin(thr)) return false;
-  return beginCall(env, thr, std::make_unique<E>(Event::START), fill);
+  return beginCall(env, thr, makeEvent<E, Event::START>, fill);
 }
 
 template <class E, class Fill = FillNothing>
 bool endNested(JNIEnv* env, Fill fill = {}) {
   ThreadData* thr = currentThread(env);
   if (suppressedEnd(thr)) return false;
-  return endCall(env, thr, std::make_unique<E>(Event::END), fill);
+  return endCall(env, thr, makeEvent<E, Event::END>, fill);
 }
 
 // An operation that is told which side it is. Only START and END open and close a level.

@@ -8,7 +8,7 @@
 #include "delivery/MemoryMonitor.h"
 #include "delivery/ThreadAdopter.h"
 #include "delivery/ThreadMgr.h"
-#include "events/EventUtils.h"
+#include "events/EventUtilsSupport.h"
 #include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
 
@@ -212,6 +212,14 @@ TEST_F(Requests, EndWithoutBeginIsReportedAndLeavesDepthZero) {
     EXPECT_EQ(events[0]->getSubType(), Event::END);
     EXPECT_EQ(depthOf(*events[0]), 0);
   }
+}
+
+TEST_F(Requests, LevelsStayInStepWhenThereIsNoMemoryForAnEvent) {
+  const auto fails = []() -> std::unique_ptr<SQLEvent> { throw std::bad_alloc(); };
+  EXPECT_THROW(beginCall(env, &thread(), fails, FillNothing()), std::bad_alloc);
+  EXPECT_EQ(thread().servletDepth_, 1);
+  EXPECT_THROW(endCall(env, &thread(), fails, FillNothing()), std::bad_alloc);
+  EXPECT_EQ(thread().servletDepth_, 0);
 }
 
 TEST_F(Requests, NestedOnesMakeNoEventsWhenSwitchedOff) {
