@@ -108,6 +108,7 @@ void Delivery::SetUp() {
   setIdentity(velIdentity.appServerName, "server");
   MemoryMonitor::uLimitReached_ = false;
   before_ = LossLedger::snapshot();
+  refsBefore_ = theJvm().localRefs();
 }
 
 void Delivery::TearDown() {

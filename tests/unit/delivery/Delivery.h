@@ -67,6 +67,8 @@ class Delivery : public ::testing::Test {
   JNIEnv* newEnv();       // an address that no thread had before
   void expectBalanced();  // the ledger's queue is what is found in queues
 
+  // Local references that the test's code has left behind so far.
+  int leftRefs() const { return theJvm().localRefs() - refsBefore_; }
   LossLedger::Snapshot since() const { return LossLedger::snapshot() - before_; }
 
   FakeSink sink;
@@ -75,6 +77,7 @@ class Delivery : public ::testing::Test {
 
  private:
   LossLedger::Snapshot before_;
+  int refsBefore_ = 0;
 };
 
 std::unique_ptr<SQLEvent> sqlStart(std::size_t textLength = 4);

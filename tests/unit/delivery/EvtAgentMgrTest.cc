@@ -88,7 +88,8 @@ TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
   auto* untyped = new jclass_t;
   untyped->class_name = std::make_unique<char[]>(1);
   for (jclass_t* entry : {typed, untyped}) entry->addToClassTable();
-  static int asked = 0;
+  static int asked;
+  asked = 0;
   theJvm()
       .defineClass("com/velora/bcm/bootstrap/BcmRoot")
       .staticMethod("sendAllClassEvents", "()V", [](FakeCall& call) -> FakeValue {
@@ -104,7 +105,7 @@ TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
   EXPECT_EQ(sink.packets[1].events, 2) << "the class that has a type, and the sampling rates";
   EXPECT_EQ(since().of(LossCause::reconnected), 1u) << "the init step's sampling rates";
   EXPECT_EQ(sink.packets[1].bytes[7], 1) << "a class-load record";
-  EXPECT_EQ(theJvm().localRefs(), 0);
+  EXPECT_EQ(leftRefs(), 0);
   deleteClassTable();
   deleteMethodTable();
   endClassTableLock();

@@ -72,7 +72,7 @@ class Network : public Delivery {
     if (agent) agent->endLoop();
     EXPECT_EQ(since().queued(), 0u);
     agent.reset();
-    EXPECT_EQ(theJvm().localRefs(), 0);
+    EXPECT_EQ(leftRefs(), 0);
     Delivery::TearDown();
   }
   static NetworkAgentMgr* network() { return NetworkAgentMgr::getInstance(); }
