@@ -1,6 +1,8 @@
 // Cross-process tokens and the file that keeps them unique.
 #include <filesystem>
 #include <fstream>
+#include <set>
+#include <thread>
 
 #include "Encoded.h"
 #include "base/Identity.h"
@@ -96,6 +98,26 @@ TEST_F(Tokens, WithoutADirectoryTheTokensGoOn) {
   EXPECT_EQ(GPSTokenUtils::getToken(), 7u);
   GPSTokenUtils::saveGPSToken(8);
   EXPECT_FALSE(fs::exists(file()));
+}
+
+// Application threads take tokens while event agents cover those already sent.
+TEST_F(Tokens, ThreadsGetDifferentOnesAndTheFileCoversThem) {
+  startWith("0", "");
+  constexpr std::size_t kThreads = 4, kEach = 500;
+  std::vector<unsigned> taken[kThreads];
+  std::vector<std::thread> threads;
+  for (auto& mine : taken)
+    threads.emplace_back([&mine] {
+      for (std::size_t i = 0; i < kEach; ++i) {
+        mine.push_back(GPSTokenUtils::getToken());
+        GPSTokenUtils::saveGPSToken(mine.back());
+      }
+    });
+  for (auto& thread : threads) thread.join();
+  std::set<unsigned> all;
+  for (const auto& mine : taken) all.insert(mine.begin(), mine.end());
+  EXPECT_EQ(all.size(), kThreads * kEach);
+  EXPECT_GE(std::stoul(counter()), *all.rbegin());
 }
 
 TEST_F(Tokens, SavedWhenTheInvocationIsWrittenAndOnlyThen) {
