@@ -6,8 +6,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <regex>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,9 +64,9 @@ inline std::map<std::string, std::string> documentedRecords() {
       inBlock = line == "```record";
       digits.clear();
     } else if (inBlock && line.starts_with('{')) {
-      std::smatch name;
-      if (std::regex_search(line, name, std::regex("\"record\": \"(\\w+)\"")))
-        records[name[1]] = bytes(digits);
+      const std::string_view key = "\"record\": \"";
+      const std::size_t name = line.find(key) + key.size();
+      records[line.substr(name, line.find('"', name) - name)] = bytes(digits);
       digits.clear();
     } else if (inBlock) {
       digits += line;
