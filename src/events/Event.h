@@ -13,7 +13,7 @@ using OwnedText = std::unique_ptr<char[]>;  // starts null, released with its ev
 // queue, written once into a packet by an event agent, and deleted.
 class Event {
  public:
-  enum EventType {
+  enum EventType : int {
     SERVERNAME = 0,
     CLASS = 1,
     REQUEST = 2,
@@ -65,7 +65,7 @@ class Event {
   };
   static constexpr int kTypes = JDO + 1;
 
-  enum EventSubType {
+  enum EventSubType : int {
     START = 0,
     END = 1,
     ERRORS = 2,
@@ -76,9 +76,9 @@ class Event {
     NOSTYPE = 7,
   };
 
-  enum JMS_ACTION { JMS_RECEIVE = 1, JMS_BROWSE = 2, JMS_SEND = 3, JMS_PUBLISH = 4 };
+  enum JMS_ACTION : int { JMS_RECEIVE = 1, JMS_BROWSE = 2, JMS_SEND = 3, JMS_PUBLISH = 4 };
 
-  enum MQ_ACTION {
+  enum MQ_ACTION : int {
     MQ_BACK = 0,
     MQ_BEGIN = 1,
     MQ_CLOSE = 2,
