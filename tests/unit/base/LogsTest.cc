@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <regex>
 #include <thread>
 
 #include "base/Identity.h"
@@ -19,6 +18,7 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 namespace fs = std::filesystem;
 
 // An agent home of this test's own.
@@ -51,8 +51,7 @@ static std::vector<std::string> logLines() {
   std::ifstream file(ProbeLog::getLogFileName().value_or(""));
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) {
-    static const std::regex kStamp("[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]{2} [0-9:]{8} [0-9]{4} .*");
-    EXPECT_TRUE(std::regex_match(line, kStamp)) << line;
+    EXPECT_THAT(line, MatchesRegex("[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]{2} [0-9:]{8} [0-9]{4} .*"));
     lines.push_back(line.substr(24));
   }
   return lines;
@@ -73,10 +72,8 @@ TEST(ProbeLog, NamesItsFileAfterWhoAndWhen) {
     const std::string name = ProbeLog::getLogFileName().value_or("");
     EXPECT_EQ(said, "[AM]: Using log file: " + name + " \n");
     const std::string who = *profile ? "node\\.server\\(main\\)" : "node\\.server";
-    EXPECT_TRUE(
-        std::regex_match(name, std::regex(home.path + "/logs/" + who + "\\.[0-9]{14}\\." +
-                                          std::to_string(getpid()) + "\\.datacollector\\.log")))
-        << name;
+    EXPECT_THAT(name, MatchesRegex(home.path + "/logs/" + who + "\\.[0-9]{14}\\." +
+                                   std::to_string(getpid()) + "\\.datacollector\\.log"));
     EXPECT_TRUE(fs::exists(name));
   }
   EXPECT_FALSE(ProbeLog::getLogFileName());
@@ -211,14 +208,17 @@ TEST(ProbeLoggerNatives, WriteJavaTexts) {
   EXPECT_EQ(jvm.heldChars(), 0);
 }
 
-// Environment variables as a test wants them; as they were afterwards.
+// The variables that the toolkit's set-up reads, as a test wants them; unset afterwards.
 struct Environment {
-  std::vector<std::pair<std::string, std::string>> old;
   explicit Environment(std::initializer_list<std::pair<const char*, const char*>> values) {
+    unsetAll();
+    for (const auto& [name, value] : values) setenv(name, value, 1);
+  }
+  ~Environment() { unsetAll(); }
+  static void unsetAll() {
     for (const char* name :
          {"NLSPATH", "QUALDIR", "KLGLOG_COMMON_DIR", "KLGLOG_FFDC_BASEDIR", "PROBE_CATALOG_NAME"})
       unsetenv(name);
-    for (const auto& [name, value] : values) setenv(name, value, 1);
   }
 };
 
@@ -328,6 +328,6 @@ TEST(Utils, NextBiggerPrime) {
 
 TEST(Utils, TimeText) {
   const std::unique_ptr<char[]> text(Utils::getTime());
-  EXPECT_TRUE(std::regex_match(
-      text.get(), std::regex("[0-9]{4}/[01][0-9]/[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]")));
+  EXPECT_THAT(text.get(),
+              MatchesRegex("[0-9]{4}/[01][0-9]/[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]"));
 }
