@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "base/Trace.h"
-#include "base/Utils.h"
+#include "core/KeptText.h"
 #include "events/EventUtils.h"
 
 static constinit InstanceSlot<PortalMethodMgr> slot;
@@ -24,7 +24,7 @@ void PortalMethodMgr::putMethod(jbyte key, const char* val) {
   if (key == 0 || !val) return;
   const LockScope registering(registration_);
   if (table_.contains(key)) return;
-  table_.put(key, Utils::cstrdup(val));
+  table_.put(key, keptText(val));
 }
 
 // Over a snapshot of the ids: application threads may register more meanwhile, which the next
@@ -38,7 +38,7 @@ void PortalMethodMgr::pushMethodsToPS(JNIEnv* env) {
       EventUtils::appendPortalMethodConstantEvent(env, key, name);
 }
 
-// The names stay allocated: events in flight borrow them. There are at most 255 of them.
+// The names stay allocated: events in flight borrow them.
 void PortalMethodMgr::clear() {
   VEL_TRACE();
   table_.clear();

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "base/Utils.h"
+#include "core/KeptText.h"
 
 std::atomic<int> probe_level{2};
 std::atomic<bool> disableNestedRequests{false};
@@ -29,10 +29,8 @@ const char* AgentState::appServerVersion() {
   return appServerVersion_.load(std::memory_order_acquire);
 }
 
-// Readers keep the pointer: a version text that is replaced stays where it is. It is told once.
 void AgentState::setAppServerVersion(const char* version) {
-  if (!version || std::strcmp(version, appServerVersion()) == 0) return;
-  appServerVersion_.store(Utils::cstrdup(version), std::memory_order_release);
+  if (version) appServerVersion_.store(keptText(version), std::memory_order_release);
 }
 
 const char* AgentState::componentId() { return component_id; }

@@ -45,7 +45,7 @@ class AgentState {
 
   static inline std::atomic<unsigned> flags_{kDisabled};
   static inline std::atomic<int> adminServerPort_{0};
-  static inline std::atomic<const char*> appServerVersion_{""};  // replaced, never freed
+  static inline std::atomic<const char*> appServerVersion_{""};
 };
 
 extern std::atomic<int> probe_level;  // 1 (least detail) to 3

@@ -7,24 +7,15 @@
 #include <cstring>
 #include <mutex>
 #include <string>
-#include <unordered_set>
 
 #include "base/Identity.h"
 #include "base/Messages.h"
 #include "base/Trace.h"
+#include "core/KeptText.h"
 #include "core/SettingsFile.h"
 
 static constinit InstanceSlot<PropertyMgr> slot;
 Published<PropertyMgr> propMgr;
-
-// Texts for good: readers keep the pointers. A text that is stored again is the one already there,
-// so settings that change to and fro do not pile up.
-static const char* keep(const char* text) {
-  static std::mutex mutex;
-  static auto* const texts = new std::unordered_set<std::string>;
-  std::lock_guard keeping(mutex);
-  return texts->emplace(text).first->c_str();
-}
 
 PropertyMgr* PropertyMgr::getInstance() {
   VEL_TRACE();
@@ -138,8 +129,8 @@ const char* PropertyMgr::getInternalProp(const char* key) {
 bool PropertyMgr::putInternalProp(const char* key, const char* val) {
   VEL_TRACE();
   if (!key || !val) return false;
-  const char* keptKey = keep(key);
-  const char* keptValue = keep(val);
+  const char* keptKey = keptText(key);
+  const char* keptValue = keptText(val);
   LockScope writingOnce(lock_);
   std::unique_lock writing(tableMutex_);
   return properties_.put(keptKey, keptValue);

@@ -6,8 +6,8 @@
 
 #include "base/JniScope.h"
 #include "base/Trace.h"
-#include "base/Utils.h"
 #include "base/platform.h"
+#include "core/KeptText.h"
 #include "core/ProbeMgr.h"
 #include "core/velora.h"
 
@@ -57,7 +57,7 @@ class FieldReader {
   bool operator()(OptionalText target) const {
     const LocalRef<jstring> value(env_, env_->GetStaticObjectField(cls_, field_));
     const UtfChars text(env_, value);
-    systemSettings.*target = Utils::cstrdup(text.get());
+    systemSettings.*target = keptText(text.get());
     return true;
   }
   bool operator()(jint SystemSettings::*target) const {
