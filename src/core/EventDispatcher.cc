@@ -34,22 +34,30 @@ static void describeClass(const JVMPI_Event* event) {
   const std::string_view name(loaded.class_name ? loaded.class_name : "");
   class_load.class_name[name.copy(class_load.class_name, sizeof class_load.class_name - 1)] = '\0';
   class_load.num_interfaces = loaded.num_interfaces;
-  class_load.num_static_fields = loaded.statics ? std::max(loaded.num_static_fields, 0) : 0;
   class_load.num_methods = loaded.num_methods;
   class_load.class_id = loaded.class_id;
-  const auto fields = static_cast<std::size_t>(class_load.num_static_fields);
-  class_load.static_types = std::make_unique<unsigned char[]>(fields);
-  for (std::size_t i = 0; i < fields; ++i) {
+  class_load.num_static_fields = 0;  // should there be no memory for their types
+  const int fields = loaded.statics ? std::max(loaded.num_static_fields, 0) : 0;
+  class_load.static_types = std::make_unique<unsigned char[]>(static_cast<std::size_t>(fields));
+  class_load.num_static_fields = fields;
+  for (int i = 0; i < fields; ++i) {
     const char* signature = loaded.statics[i].field_signature;
-    class_load.static_types[i] = signature ? getSignatureType(*signature) : 0;
+    class_load.static_types[static_cast<std::size_t>(i)] =
+        signature ? getSignatureType(*signature) : 0;
   }
 }
 
-static void onClassLoad(JVMPI_Event* event) {
-  if (doingHeapDump)
+static bool onClassLoad(JVMPI_Event* event) {
+  if (doingHeapDump) {
     describeClass(event);
-  else
-    reporting(event->env_id, [event] { ClassLoadEventHandler(event); });
+    return true;
+  }
+  bool accepted = false;
+  reporting(event->env_id, [event, &accepted] {
+    accepted = true;
+    ClassLoadEventHandler(event);
+  });
+  return accepted;
 }
 
 static void onHeapDump(JVMPI_Event* event) {
@@ -71,25 +79,32 @@ static void onGcFinish(JVMPI_Event* event) {
            gc.used_objects, gc.used_object_space, gc.total_object_space);
 }
 
+template <void (*handle)(JVMPI_Event*)>
+static bool served(JVMPI_Event* event) {
+  handle(event);
+  return true;
+}
+
 // What touches thread records, tables or event queues: not while a stop frees them.
 template <void (*handle)(JVMPI_Event*)>
-static void gated(JVMPI_Event* event) {
+static bool gated(JVMPI_Event* event) {
   insideGate([event] { handle(event); });
+  return true;
 }
 
 struct EventRow {
   jint type;
-  void (*handle)(JVMPI_Event* event);
+  bool (*handle)(JVMPI_Event* event);  // false: turned away, which leaves no exit line
 };
 
 constexpr EventRow kDisabledRows[] = {
-    {JVMPI_EVENT_CLASS_LOAD_HOOK, onClassLoadHookWhileDisabled},
-    {JVMPI_EVENT_JVM_INIT_DONE, onInitDone},
+    {JVMPI_EVENT_CLASS_LOAD_HOOK, served<onClassLoadHookWhileDisabled>},
+    {JVMPI_EVENT_JVM_INIT_DONE, served<onInitDone>},
 };
 
 constexpr EventRow kEnabledRows[] = {
-    {JVMPI_EVENT_JVM_SHUT_DOWN, ShutDownEventHandler},
-    {JVMPI_EVENT_CLASS_LOAD_HOOK, onClassLoadHook},
+    {JVMPI_EVENT_JVM_SHUT_DOWN, served<ShutDownEventHandler>},
+    {JVMPI_EVENT_CLASS_LOAD_HOOK, served<onClassLoadHook>},
     {JVMPI_EVENT_THREAD_START, gated<ThreadStartEventHandler>},
     {JVMPI_EVENT_THREAD_START | JVMPI_REQUESTED_EVENT, gated<ThreadStartEventHandler>},
     {JVMPI_EVENT_THREAD_END, gated<ThreadEndEventHandler>},
@@ -97,16 +112,16 @@ constexpr EventRow kEnabledRows[] = {
     {JVMPI_EVENT_CLASS_LOAD | JVMPI_REQUESTED_EVENT, onClassLoad},
     {JVMPI_EVENT_CLASS_UNLOAD, gated<ClassUnloadEventHandler>},
     {JVMPI_EVENT_CLASS_UNLOAD | JVMPI_REQUESTED_EVENT, gated<ClassUnloadEventHandler>},
-    {JVMPI_EVENT_JVM_INIT_DONE, onInitDone},
+    {JVMPI_EVENT_JVM_INIT_DONE, served<onInitDone>},
     {JVMPI_EVENT_GC_START, gated<onGcStart>},
     {JVMPI_EVENT_GC_FINISH, gated<onGcFinish>},
-    {JVMPI_EVENT_HEAP_DUMP | JVMPI_REQUESTED_EVENT, onHeapDump},
+    {JVMPI_EVENT_HEAP_DUMP | JVMPI_REQUESTED_EVENT, served<onHeapDump>},
 };
 
 template <std::size_t Size>
-static void dispatch(const EventRow (&rows)[Size], JVMPI_Event* event) {
+static bool dispatch(const EventRow (&rows)[Size], JVMPI_Event* event) {
   const auto row = std::ranges::find(rows, event->event_type, &EventRow::type);
-  if (row != std::end(rows)) shielded([&] { row->handle(event); });
+  return row == std::end(rows) || shielded(true, [&] { return row->handle(event); });
 }
 
 void EventDispatcher(JVMPI_Event* event) {
@@ -114,7 +129,8 @@ void EventDispatcher(JVMPI_Event* event) {
   if (!event) return;
   if (AgentState::isDisabled()) {
     velTrace_.leaveSilently();
-    return dispatch(kDisabledRows, event);
+    dispatch(kDisabledRows, event);
+    return;
   }
-  dispatch(kEnabledRows, event);
+  if (!dispatch(kEnabledRows, event)) velTrace_.leaveSilently();
 }

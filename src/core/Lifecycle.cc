@@ -1,4 +1,6 @@
-#include <atomic>
+#include <algorithm>
+#include <mutex>
+#include <utility>
 
 #include "appserver/PortalMethodMgr.h"
 #include "base/Gate.h"
@@ -17,6 +19,10 @@
 #include "delivery/ThreadMgr.h"
 #include "diagnostics/VelJvmmi.h"
 #include "events/ProtocolVisitor.h"
+
+// One start, stop or shut-down at a time: each finds the managers as the one before left them. A
+// stop holds it through its grace.
+static constinit std::mutex lifeCycle;
 
 // In which order the managers come and go. Every order is a table, walked by one loop.
 using Step = void (*)();
@@ -85,6 +91,7 @@ bool ProbeMgr::csInitialize(JNIEnv*) {
 
 bool ProbeMgr::customServiceStart(JNIEnv* env) {
   VEL_TRACE_AS("ProbeMgr.cc");
+  const std::lock_guard oneAtATime(lifeCycle);
   traceMin("Native Custom Service initializing... ");
   if (!csInitialize(env)) {
     logFatal({1002, "Custom Service initialization failed as JVMPI could not be initialized"});
@@ -99,7 +106,8 @@ bool ProbeMgr::customServiceStart(JNIEnv* env) {
 
 void ProbeMgr::probeStart(JNIEnv*) {
   VEL_TRACE_AS("ProbeMgr.cc");
-  if (running_.exchange(true)) return;  // a second start would make a second set of agents
+  const std::lock_guard oneAtATime(lifeCycle);
+  if (std::exchange(running_, true)) return;  // a second start would make a second set of agents
   AgentState::starting();
   walk(kStartOrder);
   logInfo({1004, "Native Probe started successfully..."});
@@ -125,10 +133,14 @@ static void switchJvmmi(const JvmmiSwitch (&switches)[4]) {
   for (JvmmiSwitch flip : switches) (jvmmi->*flip)();
 }
 
+// A setting beyond any number of methods must not take the server's memory.
+constexpr int kMostMethodBuckets = 1 << 20;
+
 static void createTables() {
-  static std::atomic<bool> created{false};
-  if (created.exchange(true)) return;
-  if (systemSettings.methodHashSize > 0) method_hash_size = systemSettings.methodHashSize;
+  static bool created = false;
+  if (std::exchange(created, true)) return;
+  if (systemSettings.methodHashSize > 0)
+    method_hash_size = std::min<int>(systemSettings.methodHashSize, kMostMethodBuckets);
   jclass_t::initialize();
   createMethodTable();
   createClassTable();
@@ -153,7 +165,9 @@ bool ProbeMgr::initProbe() {
 void ProbeMgr::probeStop(JNIEnv*) {
   VEL_TRACE_AS("ProbeMgr.cc");
   AgentState::stopping();
-  if (!running_.exchange(false)) return;  // nothing to wait for
+  const std::lock_guard oneAtATime(lifeCycle);
+  if (!std::exchange(running_, false)) return;  // nothing to wait for
+  AgentState::stopping();                       // again: a start may have been under way
   traceMin("Waiting for 10 secs");
   getInstance()->stopGrace_.wait(10000);
   traceMin("Waiting DONE 10 secs");
@@ -173,9 +187,13 @@ void ProbeMgr::stop() {
 void ProbeMgr::customServiceShutDown(JNIEnv*) {
   VEL_TRACE_AS("ProbeMgr.cc");
   AgentState::stopping();
-  if (running_.exchange(false)) stopManagers();
-  stopGate.closeAndWait(1000);
+  const std::lock_guard oneAtATime(lifeCycle);
+  AgentState::stopping();  // again: a start may have been under way
+  if (std::exchange(running_, false)) stopManagers();
   connectionListener = nullptr;
-  walk(kDestroyOrder);
+  if (stopGate.closeAndWait(1000))
+    walk(kDestroyOrder);
+  else
+    traceMin("Calls into the agent do not return, the managers they use stay");
   logInfo({1003, "Native Custom Service shutdown completes..."});
 }

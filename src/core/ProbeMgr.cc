@@ -57,23 +57,29 @@ static const IdentityRule kIdentityRules[] = {
     {velIdentity.profileName, profilename, "am.profilename", "", [] {}},
 };
 
-// False when the default applies.
-static bool settle(const IdentityRule& rule) {
+struct Settled {
+  bool said;   // false: the default applies
+  bool whole;  // false: the text had to be cut
+};
+
+static Settled settle(const IdentityRule& rule) {
   const char* text = *rule.commandLine ? rule.commandLine : std::getenv(rule.environment);
   const bool said = text && *text;
-  if (!setIdentity(rule.field, said ? text : rule.standard))
-    traceMin("%s is cut to %d characters", rule.environment, Identity::kSize - 1);
-  return said;
+  return {said, setIdentity(rule.field, said ? text : rule.standard)};
 }
 
 // The logs need the home before they open, so what is amiss is said afterwards.
 void ProbeMgr::settleIdentity() {
-  bool said[std::size(kIdentityRules)];
-  std::ranges::transform(kIdentityRules, said, settle);
+  Settled settled[std::size(kIdentityRules)];
+  std::ranges::transform(kIdentityRules, settled, settle);
   ProbeLog::initialize();
   ProbeKlgLog::initialize();
-  for (std::size_t i = 0; i < std::size(said); ++i)
-    if (!said[i]) kIdentityRules[i].complain();
+  for (std::size_t i = 0; i < std::size(settled); ++i) {
+    const IdentityRule& rule = kIdentityRules[i];
+    if (!settled[i].said) rule.complain();
+    if (!settled[i].whole)
+      traceMin("%s is cut to %d characters", rule.environment, Identity::kSize - 1);
+  }
 }
 
 static void readBootClassName() {

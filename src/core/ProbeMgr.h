@@ -26,8 +26,8 @@ class ProbeMgr : public virtual VeloraBase {
   static void enableJVMInitDone();
 
   static bool csInitialize(JNIEnv* env);
-  // The custom service makes and ends the managers, the probe starts and stops them. All four on
-  // the Java side's start-up thread.
+  // The custom service makes and ends the managers, the probe starts and stops them. Called by the
+  // Java side's start-up thread; calls that meet are served one after the other.
   static bool customServiceStart(JNIEnv* env);
   static void customServiceShutDown(JNIEnv* env);
   static void probeStart(JNIEnv* env);
@@ -63,8 +63,8 @@ class ProbeMgr : public virtual VeloraBase {
 
   static inline std::atomic<bool> initInterface_{false};
   static inline std::atomic<bool> restartOnToFromL1_{false};
-  static inline std::atomic<bool> running_{false};  // managers started and not stopped since
-  VelLock stopGrace_{false};                        // waited on while the last events go out
+  static inline bool running_ = false;  // managers started and not stopped since
+  VelLock stopGrace_{false};            // waited on while the last events go out
 };
 
 extern Published<JavaVM> jvm_ptr;

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "base/JniScope.h"
 #include "base/Trace.h"
 #include "core/BuildTime.h"
 #include "core/Native.h"
@@ -35,5 +36,6 @@ VEL_NATIVE(jstring, Java_com_velora_probe_ProbeUtils_getBuildTime)
   VEL_TRACE();
   char text[80];
   std::snprintf(text, sizeof text, "TIME : %s DATE: %s\n", kBuildTime, kBuildDate);
-  return env->NewStringUTF(text);
+  jstring said = env->NewStringUTF(text);
+  return describeAndClear(env) ? nullptr : said;
 }

@@ -140,7 +140,7 @@ void ClassLoadEventHandler(JVMPI_Event* event) {
   auto* entry = new jclass_t(event);
   entry->doRegister();  // the class table's from here
   traceMax("Class %s (sequence %d, exclude %d)", entry->class_name.get(), entry->sequenceID,
-           entry->is_filtered);
+           entry->is_filtered.load());
 }
 
 static void reportUnload(const JVMPI_Event* event, const jclass_t& entry) {

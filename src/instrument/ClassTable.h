@@ -39,8 +39,8 @@ struct jclass_t {
   jobjectID class_id = nullptr;        // null once unlinked or unloaded
   std::unique_ptr<char[]> class_name;  // "/" form
   ULONG sequenceID = 0;
-  UCHAR delete_flag = 0;  // 1: made for an event, or reported as unloaded
-  int is_filtered = 0;    // what isClassFiltered said
+  UCHAR delete_flag = 0;            // 1: made for an event, or reported as unloaded
+  std::atomic<int> is_filtered{0};  // what isClassFiltered said; new lists change it
   std::atomic<int> type{-1};
   int num_methods = 0;
   std::unique_ptr<jmethod_t[]> methods;

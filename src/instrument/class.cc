@@ -53,7 +53,7 @@ jclass_t* jclass_t::clone() const {
   copy->class_name.reset(Utils::cstrdup(class_name.get()));
   copy->sequenceID = sequenceID;
   copy->delete_flag = 1;
-  copy->is_filtered = is_filtered;
+  copy->is_filtered = is_filtered.load();
   copy->type = type.load();
   copy->methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(num_methods));
   copy->num_methods = num_methods;

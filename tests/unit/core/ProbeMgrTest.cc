@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <thread>
+
 #include "Agent.h"
+#include "base/Gate.h"
 #include "core/ProbeMgr.h"
 #include "core/velora.h"
 #include "delivery/MemoryMonitor.h"
@@ -293,6 +296,29 @@ TEST_F(Lifecycle, StopTwiceStartTwice) {
   AgentState::setEventMgrReady(true);
   AgentState::setNetworkMgrReady(true);
   EXPECT_FALSE(AgentState::isDisabled());
+}
+
+TEST_F(Lifecycle, StartsAndStopsThatMeetAreServedInTurn) {
+  log.clear();
+  const auto often = [&](void (*call)(JNIEnv*)) {
+    for (int i = 0; i < 10; ++i) call(jvm.env());
+  };
+  std::thread starter(often, ProbeMgr::probeStart);
+  often(ProbeMgr::probeStop);
+  starter.join();
+  const auto turns = numbersOf(log.messages(), {"1004", "1005"});
+  for (std::size_t i = 0; i < turns.size(); ++i)
+    EXPECT_EQ(turns[i], i % 2 ? "1004" : "1005") << "it ran at first";
+}
+
+TEST_F(Lifecycle, ShutDownLeavesTheManagersToACallStillInside) {
+  ProbeMgr::probeStop(jvm.env());
+  stopGate.open();
+  const PropertyMgr* used = propMgr;
+  const Gate::Scope inside(stopGate);
+  ProbeMgr::customServiceShutDown(jvm.env());
+  EXPECT_EQ(propMgr.get(), used);
+  EXPECT_TRUE(stopGate.isClosed());
 }
 
 TEST_F(Lifecycle, MonitoringEventsFollowTheProbe) {
