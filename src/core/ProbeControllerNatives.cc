@@ -64,11 +64,15 @@ VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_initializeJVMPI)
   return shielded(false, [] { return ProbeMgr::initializeJVMPI(); });
 }
 
-// For the exit of the JVM: sends what is queued, as far as the given time allows.
+// For the exit of the JVM: sends what is queued, as far as the given time allows. A stop waits for
+// those inside the gate, so nobody may stay longer.
+constexpr jint kLongestFlushMs = 1000;
+
 VEL_NATIVE(void, Java_com_velora_probe_ProbeController_flushNativeProbe)
 (JNIEnv*, jobject, jint millis) {
   VEL_TRACE();
   insideGate([millis] {
-    if (!ProbeMgr::isProbeDisabled()) EvtAgentMgr::getInstance()->flush(std::max(millis, 0));
+    if (!ProbeMgr::isProbeDisabled())
+      EvtAgentMgr::getInstance()->flush(std::clamp(millis, 0, kLongestFlushMs));
   });
 }
