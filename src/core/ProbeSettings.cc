@@ -1,6 +1,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "base/JniScope.h"
@@ -100,6 +101,7 @@ static std::unique_ptr<TextArray> textsOf(JNIEnv* env, jobjectArray array) {
     if (const UtfChars text(env, element); text) texts.emplace_back(text.get());
   }
   std::vector<const char*> pointers;
+  pointers.reserve(texts.size());
   for (const std::string& text : texts) pointers.push_back(text.c_str());
   return std::make_unique<TextArray>(pointers);
 }
