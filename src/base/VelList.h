@@ -25,20 +25,16 @@ template <class T>
 class VelListIter {
  public:
   explicit VelListIter(const VelList<T>* list) : list_(list), curr_(list->head_) {}
-  bool hasNext() const { return (started_ ? curr_ : list_->head_) != nullptr; }
+  const VelList<T>* list() const { return list_; }
+  bool hasNext() const { return curr_ != nullptr; }
   T next() {  // 0 at the end
-    if (!started_) curr_ = list_->head_;
-    started_ = true;
     if (!curr_) return T{};
-    const T value = curr_->key_;
-    curr_ = curr_->next_;
-    return value;
+    return std::exchange(curr_, curr_->next_)->key_;
   }
 
  private:
   const VelList<T>* list_;
   const VelBucket<T>* curr_;  // the next node to hand out
-  bool started_ = false;
 };
 
 // Singly linked list of plain values: pointers, which it never owns, or integers. 0 is no value.
