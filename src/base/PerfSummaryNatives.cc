@@ -10,36 +10,36 @@ static jlong figure(Figure read) noexcept {
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getPagingRate)
 (JNIEnv*, jobject, jint sampleTime) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure([&] { return getPagingRate(sampleTime); });
 }
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getDiskSpace)
 (JNIEnv*, jobject) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure(getDiskSpace);
 }
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getVM)
 (JNIEnv*, jobject) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure(getProcessVM);
 }
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getDiskIO)
 (JNIEnv*, jobject) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure(getDiskIO);
 }
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getNetworkIO)
 (JNIEnv*, jobject) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure(getNetworkIO);
 }
 
 VEL_NATIVE(jlong, Java_com_velora_command_monitoring_PerfSummaryImpl_getTotalPhysicalMemory)
 (JNIEnv*, jobject) {
-  VEL_TRACE();
+  VEL_TRACE_AS("monitoring.cc");
   return figure(getTotalBytesOfMemory);
 }

@@ -36,9 +36,9 @@ void setNumberOfProcessors() {
   num_proc_online = get_nprocs();
 }
 
+// The processor counts come last: they tell other threads that the rest is there.
 void setSystemInformation() {
   VEL_TRACE();
-  setNumberOfProcessors();
   const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGESIZE);
   totalBytesOfMemory = pages < 0 || pageSize < 0 ? 0
                                                  : static_cast<std::uint64_t>(pages) *
@@ -49,10 +49,12 @@ void setSystemInformation() {
     const std::string text = readFile("/proc/cpuinfo", kBuffer);
     if (text.size() < kBuffer) cpuSpeed = cpuSpeedFrom(text, label, cpuSpeed);
   }
+  setNumberOfProcessors();
 }
 
+// setNumberOfProcessors by itself leaves the memory unread.
 static void needSystemInformation() {
-  if (num_proc == 0) setSystemInformation();
+  if (num_proc == 0 || totalBytesOfMemory == 0) setSystemInformation();
 }
 
 int getNumberOfProcessors() {
