@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <mutex>
 #include <shared_mutex>
+#include <sstream>
 #include <vector>
 
 #include "base/Identity.h"
@@ -61,10 +61,11 @@ static std::vector<std::string> messageTexts(std::istream& lines) {
 }
 
 static std::vector<std::string> readMessageFile(const std::string& path) {
-  std::ifstream file(path);
-  if (file) return messageTexts(file);
-  std::fprintf(stderr, "Error: Fail to open LogMessages\n");
-  return {};
+  constexpr std::size_t kLargestFile = 16 << 20;
+  const UniqueFd file = openToRead(path.c_str());
+  if (!file) std::fprintf(stderr, "Error: Fail to open LogMessages\n");
+  std::istringstream lines(readAll(file, kLargestFile));
+  return messageTexts(lines);
 }
 
 void ProbeLog::initialize() {

@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 
+UniqueFd openToRead(const char* path) { return UniqueFd(open(path, O_RDONLY | O_CLOEXEC)); }
+
 std::string readFile(const char* path, std::size_t limit) {
-  const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
+  return readAll(openToRead(path), limit);
+}
+
+std::string readAll(const UniqueFd& file, std::size_t limit) {
   std::string text;
   while (file && text.size() < limit) {
     char piece[4096];

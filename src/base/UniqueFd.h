@@ -29,6 +29,10 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-// The first `limit` bytes of a file, fewer where it ends; empty when it does not open. The servers
-// that this runs in start programs: none of them inherits a descriptor of ours.
+// The servers that this runs in start programs: none of them inherits a descriptor of ours.
+UniqueFd openToRead(const char* path);
+
+// The first `limit` bytes of a file, fewer where it ends; empty when it is not open or does not
+// open.
+std::string readAll(const UniqueFd& file, std::size_t limit);
 std::string readFile(const char* path, std::size_t limit);

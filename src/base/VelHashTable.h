@@ -194,8 +194,7 @@ V VelHashTable<K, V>::get(const K& key) {
 template <class K, class V>
 bool VelHashTable<K, V>::contains(const K& key) {
   VEL_TRACE();
-  if (!key) return false;
-  const int index = hash(key);
+  const int index = key ? hash(key) : 0;  // a null key is what lookup_bucket complains of
   Locked locked(*this, index);
   return lookup_bucket(key, index) != nullptr;
 }

@@ -149,9 +149,13 @@ TEST(VelHashTable, NullKeysAreRefusedWithATrace) {
   EXPECT_FALSE(table.put(nullptr, value));
   EXPECT_EQ(table.get(nullptr), nullptr);
   EXPECT_FALSE(table.remove(nullptr));
-  EXPECT_THAT(toolkit.texts(), ElementsAre("Inserting NULL Key into Hashtable, so ignoring",
-                                           "trying to get with NULL Key, so ignoring",
-                                           "trying to remove with NULL Key, so ignoring"));
+  EXPECT_FALSE(table.contains(nullptr));
+  EXPECT_THAT(
+      toolkit.texts(),
+      ElementsAre("Inserting NULL Key into Hashtable, so ignoring",
+                  "trying to get with NULL Key, so ignoring",
+                  "trying to remove with NULL Key, so ignoring",
+                  "Internal error: Trying to lookup for bucket with NULL Key, so ignoring"));
 }
 
 TEST(VelHashTable, TextKeysByContentOnlyWhenAsked) {
