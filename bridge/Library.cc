@@ -11,7 +11,7 @@ std::string libraryPath() {
   Dl_info info{};
   if (dladdr(&anchor, &info) == 0 || !info.dli_fname) return {};
   char* resolved = realpath(info.dli_fname, nullptr);
-  const std::string path = resolved ? resolved : info.dli_fname;
+  std::string path = resolved ? resolved : info.dli_fname;
   free(resolved);
   return path;
 }

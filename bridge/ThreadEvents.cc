@@ -14,7 +14,7 @@ struct ThreadNames {
 };
 
 static std::string takeText(char* text) {
-  const std::string copy = text ? text : "";
+  std::string copy = text ? text : "";
   jvm.jvmti->Deallocate(reinterpret_cast<unsigned char*>(text));
   return copy;
 }
