@@ -94,6 +94,14 @@ class ScriptedPacer : public Pacer {
   void wake() override {}
 };
 
+// The queue limit is read at the first append of a process and kept: every test begins with the
+// default, whichever is the first.
+static void keepDefaultQueueLimit() {
+  ThreadData first(theJvm().startThread("first append").env());
+  first.appendEvent(sqlStart().release());
+  PropertyMgr::destroy();
+}
+
 void Delivery::SetUp() {
   theJvm().givesProfiler();
   useKlgCalls(&listeningCalls());
@@ -107,6 +115,8 @@ void Delivery::SetUp() {
   setIdentity(velIdentity.nodeName, "node");
   setIdentity(velIdentity.appServerName, "server");
   MemoryMonitor::uLimitReached_ = false;
+  static const bool kept = (keepDefaultQueueLimit(), true);
+  (void)kept;
   before_ = LossLedger::snapshot();
   refsBefore_ = theJvm().localRefs();
 }
