@@ -31,7 +31,6 @@ class EventAgent : public virtual VeloraBase {
   // A new connection begins with the init records, the initial data follow.
   void notifyPSReconnect();
   void sendInitRecordsFirst() { resendInitRecord_ = true; }
-  bool owesInitRecords() const { return resendInitRecord_; }
   bool mustResend() const { return resendInitRecord_ || resendInitData_; }
   unsigned long getMemoryUsed() const { return memUsed_; }
   // Takes the event; on behalf of threads that have no record. False: it is lost.

@@ -165,15 +165,7 @@ bool EvtAgentMgr::canSendData(EventAgent* agent) {
   VEL_TRACE();
   PacketSink* sink = packetSink;
   if (!sink || !sink->connectionOf(agent)) return false;
-  return isLeader(agent) || (resendDataComplete_ && !leaderOwesInitRecords());
-}
-
-// The very first connection gives no notice: without this another agent could be ahead of the
-// leader on it. A leader that does not run keeps nobody waiting.
-bool EvtAgentMgr::leaderOwesInitRecords() {
-  LockScope held(lock_);
-  const EventAgent* leader = leader_;
-  return leader && leader->isAlive() && leader->owesInitRecords();
+  return isLeader(agent) || resendDataComplete_;
 }
 
 void EvtAgentMgr::notifySocketStatus() {

@@ -62,7 +62,6 @@ class EvtAgentMgr : public virtual VeloraBase,
   AgentRef agentAt(int id);
   std::vector<AgentRef> agents();
   bool anyConnection();
-  bool leaderOwesInitRecords();
   AgentRef anAliveAgent();
   bool waitForOneAlive();
 

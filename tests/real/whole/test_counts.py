@@ -46,7 +46,7 @@ class Counts(unittest.TestCase):
         records, figures, status, text = run(threads, requests, statements, **settings)
         kinds = collections.Counter(r["record"] for r in records)
         total = threads * requests
-        self.assertEqual(kinds["SERVLET_REQUEST_START"], total)
+        self.assertEqual(kinds["SERVLET_REQUEST_START"], total, figures)
         self.assertEqual(kinds["SERVLET_REQUEST_END"], total)
         self.assertEqual(kinds["SQL_START"], total * statements)
         self.assertEqual(kinds["SQL_END"], total * statements)

@@ -3,8 +3,7 @@ import com.velora.probe.ProbeUtils;
 import com.velora.probe.ThreadManager;
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
-import java.util.ArrayList;
-import java.util.List;
+import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.atomic.AtomicLong;
 
 /**
@@ -22,22 +21,35 @@ public class Workload {
         while (!ProbeController.isNativeProbeEnabled()) Thread.sleep(5);
         System.out.println("ready");
         AtomicLong done = new AtomicLong();
-        List<Thread> running = new ArrayList<>();
+        CountDownLatch serving = new CountDownLatch(threads);
         for (int t = 0; t < threads; ++t) {
-            Thread thread = new Thread(() -> serve(requests, statements, done), "worker-" + t);
+            Thread thread = new Thread(() -> {
+                serve(requests, statements, done);
+                serving.countDown();
+                live();
+            }, "worker-" + t);
+            thread.setDaemon(true);
             thread.start();
-            running.add(thread);
         }
         BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
         if (requests == 0) {
             orders.readLine();
             stop = true;
         }
-        for (Thread thread : running) thread.join();
+        serving.await();
         System.out.println("done " + done.get());
         for (String order = orders.readLine(); order != null; order = orders.readLine())
             if (order.equals("report"))
                 System.out.println("report " + ThreadManager.getNativeLossReport().replace('\n', ' '));
+    }
+
+    /** Like a server's, the threads outlive their requests: what dead threads left is given up early. */
+    private static void live() {
+        try {
+            Thread.sleep(Long.MAX_VALUE);
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
+        }
     }
 
     private static void serve(int requests, int statements, AtomicLong done) {
