@@ -1,6 +1,7 @@
 # velora_jar(target jar ROOT dir... [CLASSPATH jar...] [FILES dir] [HEADERS dir] [RELEASE n])
 # compiles every source under the roots, for Java 8 unless told otherwise, and packs the classes
-# with what lies under FILES. HEADERS receives the C headers of native methods.
+# with what lies under FILES. HEADERS receives the C headers of native methods, one for each class
+# that has any.
 function(velora_jar target jar)
   cmake_parse_arguments(JAR "" "FILES;HEADERS;RELEASE" "ROOT;CLASSPATH" ${ARGN})
   set(sources)
@@ -21,8 +22,18 @@ function(velora_jar target jar)
     list(JOIN JAR_CLASSPATH ":" classpath)
     list(APPEND compile -cp ${classpath})
   endif()
+  set(headers)
   if(JAR_HEADERS)
     list(APPEND compile -h ${JAR_HEADERS})
+    foreach(source IN LISTS sources)
+      file(STRINGS ${source} natives REGEX " native .*\\(")
+      if(natives)
+        cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${JAR_ROOT} OUTPUT_VARIABLE name)
+        string(REGEX REPLACE "\\.java$" ".h" name ${name})
+        string(REPLACE "/" "_" name ${name})
+        list(APPEND headers ${JAR_HEADERS}/${name})
+      endif()
+    endforeach()
   endif()
   set(pack ${Java_JAR_EXECUTABLE} --create --file ${jar} -C ${classes} .)
   set(files)
@@ -35,6 +46,7 @@ function(velora_jar target jar)
     COMMAND ${CMAKE_COMMAND} -E make_directory ${classes} ${JAR_HEADERS}
     COMMAND ${compile} ${sources}
     COMMAND ${pack}
+    BYPRODUCTS ${headers}
     DEPENDS ${sources} ${files} ${JAR_CLASSPATH}
     COMMENT "Packing ${jar}" VERBATIM)
   add_custom_target(${target} ALL DEPENDS ${jar})

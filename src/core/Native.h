@@ -42,11 +42,51 @@ bool insideGate(Body body) noexcept {
 }
 
 // A report from the monitored application: none while the probe is off, stops, or has used up its
-// memory. The memory monitor accounts for what it turns away, this function for the stop.
-template <class Report>
-void reporting(JNIEnv* env, Report report) noexcept {
+// memory; the result is the fallback then. The memory monitor accounts for what it turns away, this
+// function for the stop.
+template <class Result, class Report>
+Result reporting(JNIEnv* env, Result fallback, Report report) noexcept {
+  Result result = fallback;
   const bool ran = insideGate([&] {
-    if (!MemoryMonitor::getInstance()->reachedULimit(env)) report();
+    if (!MemoryMonitor::getInstance()->reachedULimit(env)) result = report();
   });
   if (!ran) LossLedger::refused(LossCause::shutdown);
+  return result;
 }
+template <class Report>
+void reporting(JNIEnv* env, Report report) noexcept {
+  reporting(env, false, [&] {
+    report();
+    return true;
+  });
+}
+
+// Most natives follow three shapes; a row each. The name stands whole, so that a search finds it;
+// the arguments and records stand in parentheses: VEL_REPORT(Java_..., (jstring a), (ID), body).
+// A row's file includes the header that javac made of the Java class: a row that disagrees with it
+// does not compile. The catalogue of natives is made from these rows.
+#define VEL_JAVA_ARGUMENTS(...) \
+  ([[maybe_unused]] JNIEnv * env, [[maybe_unused]] jclass self __VA_OPT__(, ) __VA_ARGS__)
+#define VEL_RECORDS(...) \
+  [[maybe_unused]] static constexpr int velRecords_[] = {-1 __VA_OPT__(, ) __VA_ARGS__}
+
+// Reports something: guarded, no result.
+#define VEL_REPORT(name, arguments, records, ...)       \
+  VEL_NATIVE(void, name) VEL_JAVA_ARGUMENTS arguments { \
+    VEL_TRACE();                                        \
+    VEL_RECORDS records;                                \
+    reporting(env, [&] { __VA_ARGS__; });               \
+  }
+// Reports something and says what came of it; the fallback, when the report was turned away.
+#define VEL_REPORT_RESULT(type, fallback, name, arguments, records, ...)          \
+  VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                           \
+    VEL_TRACE();                                                                  \
+    VEL_RECORDS records;                                                          \
+    return reporting(env, type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
+  }
+// Answers a question or does as told, without a guard: no thread record may be touched.
+#define VEL_ANSWER(type, fallback, name, arguments, ...)                    \
+  VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                     \
+    VEL_TRACE();                                                            \
+    return shielded(type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
+  }
