@@ -63,8 +63,8 @@ void reporting(JNIEnv* env, Report report) noexcept {
 
 // Most natives follow three shapes; a row each. The name stands whole, so that a search finds it;
 // the arguments and records stand in parentheses: VEL_REPORT(Java_..., (jstring a), (ID), body).
-// A row's file includes the header that javac made of the Java class: a row that disagrees with it
-// does not compile. The catalogue of natives is made from these rows.
+// A row's file includes, in <>, the header that javac made of the Java class: a row that disagrees
+// with it does not compile. The catalogue of natives is made from these rows.
 #define VEL_JAVA_ARGUMENTS(...) \
   ([[maybe_unused]] JNIEnv * env, [[maybe_unused]] jclass self __VA_OPT__(, ) __VA_ARGS__)
 #define VEL_RECORDS(...) \

@@ -1,8 +1,9 @@
+#include <com_velora_probe_ProbeUtils.h>
+
 #include <cstdio>
 
 #include "base/JniScope.h"
 #include "base/Trace.h"
-#include "com_velora_probe_ProbeUtils.h"
 #include "core/BuildTime.h"
 #include "core/Native.h"
 #include "core/ProbeMgr.h"
