@@ -49,6 +49,15 @@ void f_disableNestedRequests() {
       PropertyMgr::getInstance()->isProperty("internal.disable.nestedrequests", "YES");
 }
 
+static bool readInstrumentation() {
+  const bool good = getConfig("");
+  if (!good)
+    logError({1211, "Classes are not instrumented while they load: %s"}, configProblem());
+  else if (*configProblem())
+    logWarn({1210, "Instrumentation defaults are used: %s"}, configProblem());
+  return good;
+}
+
 static jint loadAgent(JavaVM* vm, char* options) {
   std::atexit(probe_exit);
   VelTracer::setMode(false);
@@ -60,7 +69,7 @@ static jint loadAgent(JavaVM* vm, char* options) {
   processId = getProcessId();
   if (!ProbeMgr::initializeJVMPI() || !ProbeMgr::initializeJVMMI(vm)) return -1;
   if (JitiDelegate::isJitiConfigured()) JitiDelegate::initializeJitiInOnLoad(options);
-  if (getConfig("")) {
+  if (readInstrumentation()) {
     ProbeMgr::enableClassLoadHook();
     ProbeMgr::enableJVMInitDone();
   }
