@@ -98,4 +98,7 @@ ULONG getNextClassSequence();  // 1 after a reset
 ULONG getCurrentClassSequence();
 
 unsigned getMethHashIndex(unsigned method_id);
+// Runs use(method) on the registered method with this id. Its bucket's lock is held meanwhile, so
+// method and class stay. False: no such method.
+bool visitMethod(jmethodID method_id, const std::function<void(const jmethod_t&)>& use);
 void translateSeparator(char* name);

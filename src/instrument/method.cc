@@ -74,6 +74,19 @@ void jmethod_t::removeFromMethodTable() {
   }
 }
 
+bool visitMethod(jmethodID method_id, const std::function<void(const jmethod_t&)>& use) {
+  VEL_TRACE();
+  if (!methodHash() || !method_id) return false;
+  const unsigned index = getMethHashIndex(lowHalf(method_id));
+  LockIfMade locked(lockOfBucket(index));
+  for (const jmethod_t* node = methodHash()[index].next; node; node = node->next) {
+    if (node->method_id != method_id) continue;
+    use(*node);
+    return true;
+  }
+  return false;
+}
+
 void initMethodTableLock() {
   VEL_TRACE();
   if (!methodTableLocks) methodTableLocks = new VelOsLock[kMethodLocks];
