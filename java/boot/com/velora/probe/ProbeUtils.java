@@ -13,5 +13,14 @@ public final class ProbeUtils {
 
   public static native void endNativeSQLRequest(String sql, String dataSrcName);
 
+  /** The user id in a credentials file; null when it cannot be read or permit is not the word. */
+  public static native String getUser(String permit, String fname);
+
+  /** The password in a credentials file; null when it cannot be read or permit is not the word. */
+  public static native String getPassword(String permit, String fname);
+
+  /** Writes a credentials file, readable by its owner alone; the log tells how it went. */
+  public static native void genPasswordFile(String uid, String pswd, String filename);
+
   public static native String getBuildTime();
 }

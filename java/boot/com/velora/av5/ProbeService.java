@@ -1,0 +1,9 @@
+package com.velora.av5;
+
+/** The agent's access to the older server generation. */
+public final class ProbeService {
+  private ProbeService() {}
+
+  /** The system properties that the server's class holds; null when it holds none. */
+  public static native Object getSystemProperties(Class<?> AVSSystem);
+}

@@ -1,0 +1,43 @@
+#include "appserver/PrivateFile.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "base/UniqueFd.h"
+
+static bool mayBeReplaced(const char* path) {
+  struct stat status;
+  if (lstat(path, &status) != 0) return errno == ENOENT;
+  return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
+}
+
+static bool writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t put = write(fd, bytes.data(), bytes.size());
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(put));
+  }
+  return true;
+}
+
+static bool writeParts(UniqueFd file, std::span<const std::string_view> parts) {
+  for (const std::string_view part : parts)
+    if (!writeAll(file.get(), part)) return false;
+  return fsync(file.get()) == 0 && file.close() == 0;
+}
+
+bool replacePrivateFile(const char* path, std::span<const std::string_view> parts) {
+  if (!mayBeReplaced(path)) return false;
+  std::string fresh = std::string(path) + ".XXXXXX";
+  UniqueFd file(mkostemp(fresh.data(), O_CLOEXEC));  // mode 0600
+  if (!file) return false;
+  if (writeParts(std::move(file), parts) && rename(fresh.c_str(), path) == 0) return true;
+  unlink(fresh.c_str());
+  return false;
+}
