@@ -1,0 +1,138 @@
+"""Every native method of the agent's classes, called with every kind of values: what it reports
+arrives once and as it was sent, and nothing else happens.
+"""
+
+import collections
+import itertools
+import json
+import os
+import unittest
+
+from driver import UNASKED, Driver, key, plan
+from rounds import ROUNDS
+from table import ELSEWHERE, SAMPLERS, SCENARIOS
+
+JARS = os.environ["VELORA_TEST_JARS"].split(":")
+MANY = 50
+CONTROLLER = "com.velora.probe.ProbeController."
+BEFORE = [[CONTROLLER + "initializeJVMPI"], ["com.velora.probe.ProbeSystem.initializeProbe"],
+          ["com.velora.probe.ProbeUtils.customServiceStart"], [CONTROLLER + "startNativeProbe"],
+          *[[CONTROLLER + "setModLevel", level] for level in (1, 3, 0, -1, 1 << 30, 2)],
+          [CONTROLLER + "restartOnToFromL1"],
+          *[[CONTROLLER + "flushNativeProbe", millis] for millis in (0, -1, (1 << 31) - 1)]]
+ENDINGS = [CONTROLLER + "stopNativeProbe", "com.velora.probe.ProbeUtils.customServiceShutDown"]
+
+
+def tabled():
+    return {native.name for scenario in SCENARIOS + SAMPLERS for native in scenario}
+
+
+def fields_of(expected):
+    """The fields that the table names, by kind of record."""
+    names = {}
+    for kind, fields in expected:
+        if names.setdefault(kind, list(json.loads(fields))) != list(json.loads(fields)):
+            raise AssertionError(f"{kind} with other fields than before: {fields}")
+    return names
+
+
+def came(records, names):
+    """The records as the table writes them: with the fields that it names."""
+    return collections.Counter(
+        key(r["record"], {f: r[f] for f in names.get(r["record"], ())}) for r in records)
+
+
+def some(counter):
+    return [f"{count} x {kind} {fields[:300]}"
+            for (kind, fields), count in itertools.islice(counter.items(), 12)]
+
+
+class Natives(unittest.TestCase):
+    def assertUnharmed(self, driver, status=0):
+        self.assertEqual(driver.jvm.process.returncode, status, driver.text()[-3000:])
+        self.assertEqual(driver.jvm.crash_files(), [])
+        complaints = [line for line in driver.text().splitlines()
+                      if "WARNING in native" in line or "FATAL ERROR in native" in line]
+        self.assertEqual(complaints, [])
+
+    def assertNested(self, records):
+        """On each thread every end has the depth of its begin, and the begins count up."""
+        depth = collections.Counter()
+        for r in records:
+            kind = r["record"]
+            if "depth" not in r:
+                continue
+            if kind.endswith("START"):
+                depth[r["thread"]] += 1
+            self.assertEqual(r["depth"], depth[r["thread"]], r)
+            if not kind.endswith("START"):
+                depth[r["thread"]] -= 1
+        self.assertEqual(+depth, collections.Counter())
+
+    def check(self, rounds, threads=1, scenarios=SCENARIOS):
+        with Driver(JARS) as driver:
+            lines, expected = plan(driver.natives, scenarios, rounds)
+            for name in expected:
+                expected[name] *= threads
+            before = driver.connected()
+            first = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            self.assertEqual(driver.run(lines, threads), [])
+            figures = driver.drained()
+            driver.end()
+            records = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            got = came(records[len(first):], fields_of(expected))
+            self.assertEqual((some(expected - got), some(got - expected)), ([], []))
+            self.assertNested(records)
+            lost = {n for n, v in figures.items() if n.startswith("lost") and v != before[n]}
+            self.assertEqual(lost, set(), figures)
+            self.assertUnharmed(driver)
+
+    def test_each_native_is_called(self):
+        """A native that no table knows is one that nobody thought of."""
+        with Driver(JARS) as driver:
+            known = tabled() | ELSEWHERE.keys()
+            self.assertEqual(set(driver.natives) - known, set(), "unknown natives")
+            self.assertEqual(known - set(driver.natives), set(), "natives that are no more")
+
+    def test_all_values(self):
+        self.check(ROUNDS.values())
+
+    def test_many_threads(self):
+        self.check([ROUNDS["ordinary"], ROUNDS["odd"]], MANY)
+
+    def test_samplers(self):
+        self.check([ROUNDS["ordinary"]], MANY, SAMPLERS)
+
+    def test_life_of_the_probe(self):
+        """Started twice, stopped, shut down: whatever is called then does no harm, and reports
+        arrive exactly while the probe is collecting.
+        """
+        with Driver(JARS) as driver:
+            lines, expected = plan(driver.natives, SCENARIOS, [ROUNDS["ordinary"], ROUNDS["null"]])
+            driver.connected()
+            for name in BEFORE:
+                driver.ask(*name)
+            self.assertEqual(driver.run(lines), [])
+            driver.ask(CONTROLLER + "flushNativeProbe", 1_000)
+            driver.drained()
+            for ending in ENDINGS:
+                driver.ask(ending)
+                self.assertEqual(driver.run(lines), [])
+            driver.end()
+            self.assertUnharmed(driver)
+            records = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            names = fields_of(expected)
+            del names["SAMPLING_RATE"]  # told again at each start
+            got = came((r for r in records if r["record"] in names), names)
+            wanted = collections.Counter({k: n for k, n in expected.items() if k[0] in names})
+            self.assertEqual((some(wanted - got), some(got - wanted)), ([], []))
+
+    def test_stop_native(self):
+        with Driver(JARS) as driver:
+            driver.jvm.tell("ask com.velora.probe.ProbeSystem.stopNative")
+            driver.end()
+            self.assertUnharmed(driver, status=12)
+
+
+if __name__ == "__main__":
+    unittest.main()
