@@ -3,6 +3,7 @@
 #include "base/platform.h"
 
 Gate stopGate;
+Gate managersGate;
 
 unsigned Gate::stripeOfThread() {
   static constinit std::atomic<unsigned> next{0};

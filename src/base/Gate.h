@@ -52,3 +52,5 @@ class Gate {
 
 // The gate of all natives that touch thread records; the stop of the probe closes it.
 extern Gate stopGate;
+// The gate of natives that only ask managers, stopped ones too; their destruction closes it.
+extern Gate managersGate;

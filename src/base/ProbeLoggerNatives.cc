@@ -1,3 +1,5 @@
+#include <com_velora_probe_log_ProbeLogger.h>
+
 #include <string>
 
 #include "base/JniScope.h"
@@ -15,34 +17,27 @@ static std::string cutTo(std::string text, std::size_t limit) {
 }
 
 // The text is an argument and never a format: Java's messages may hold percent signs.
-VEL_NATIVE(void, Java_com_velora_probe_log_ProbeLogger_write)
-(JNIEnv* env, jobject, jint level, jstring text) {
-  VEL_TRACE();
+static void write(JNIEnv* env, jint level, jstring text) {
   constexpr std::size_t kLongestText = 2000;
-  shielded([&] {
-    std::string line;
-    if (const UtfChars chars(env, text); chars)
-      line = cutTo(chars.get(), kLongestText);
-    else
-      return;
-    ProbeLog::_logV(level, "%s", line.c_str());
-  });
+  std::string line;
+  {
+    const UtfChars chars(env, text);
+    if (!chars) return;
+    line = cutTo(chars.get(), kLongestText);
+  }
+  ProbeLog::_logV(level, "%s", line.c_str());
 }
+VEL_COMMAND(Java_com_velora_probe_log_ProbeLogger_write, (jint level, jstring text),
+            write(env, level, text))
 
-VEL_NATIVE(void, Java_com_velora_probe_log_ProbeLogger_setNativeProbeLoggingLevel)
-(JNIEnv*, jobject, jint level) {
-  VEL_TRACE();
-  shielded([&] { ProbeKlgLog::setLogLevel(level); });
-}
+VEL_COMMAND(Java_com_velora_probe_log_ProbeLogger_setNativeProbeLoggingLevel, (jint level),
+            ProbeKlgLog::setLogLevel(level))
 
-VEL_NATIVE(jstring, Java_com_velora_probe_log_ProbeLogger_getLogFileName)
-(JNIEnv* env, jobject) {
-  VEL_TRACE();
-  return shielded(static_cast<jstring>(nullptr), [&]() -> jstring {
-    const auto name = ProbeLog::getLogFileName();
-    if (!name) return nullptr;
-    jstring result = env->NewStringUTF(name->c_str());
-    describeAndClear(env);
-    return result;
-  });
+static jstring logFileName(JNIEnv* env) {
+  const auto name = ProbeLog::getLogFileName();
+  if (!name) return nullptr;
+  jstring result = env->NewStringUTF(name->c_str());
+  return describeAndClear(env) ? nullptr : result;
 }
+VEL_ANSWER(jstring, nullptr, Java_com_velora_probe_log_ProbeLogger_getLogFileName, (),
+           logFileName(env))

@@ -191,9 +191,10 @@ void ProbeMgr::customServiceShutDown(JNIEnv*) {
   AgentState::stopping();  // again: a start may have been under way
   if (std::exchange(running_, false)) stopManagers();
   connectionListener = nullptr;
-  if (stopGate.closeAndWait(1000))
+  if (stopGate.closeAndWait(1000) && managersGate.closeAndWait(1000))
     walk(kDestroyOrder);
   else
     traceMin("Calls into the agent do not return, the managers they use stay");
+  managersGate.open();
   logInfo({1003, "Native Custom Service shutdown completes..."});
 }

@@ -33,12 +33,28 @@ void shielded(Body body) noexcept {
   });
 }
 
+// Runs it inside a gate; the fallback when that is closed, or the body failed.
+template <class Result, class Body>
+Result insideOf(Gate& gate, Result fallback, Body body) noexcept {
+  const Gate::Scope inside(gate);
+  return inside ? shielded(fallback, body) : fallback;
+}
+
+template <class Body>
+void insideOf(Gate& gate, Body body) noexcept {
+  insideOf(gate, false, [&] {
+    body();
+    return true;
+  });
+}
+
 // For what touches thread records: not while they are being freed. False when the body did not run.
 template <class Body>
 bool insideGate(Body body) noexcept {
-  const Gate::Scope inside(stopGate);
-  if (inside) shielded(body);
-  return static_cast<bool>(inside);
+  return insideOf(stopGate, false, [&] {
+    shielded(body);
+    return true;
+  });
 }
 
 // A report from the monitored application: none while the probe is off, stops, or has used up its
@@ -61,10 +77,10 @@ void reporting(JNIEnv* env, Report report) noexcept {
   });
 }
 
-// Most natives follow three shapes; a row each. The name stands whole, so that a search finds it;
-// the arguments and records stand in parentheses: VEL_REPORT(Java_..., (jstring a), (ID), body).
-// A row's file includes, in <>, the header that javac made of the Java class: a row that disagrees
-// with it does not compile. The catalogue of natives is made from these rows.
+// Most natives follow one of these shapes; a row each. The name stands whole, so that a search
+// finds it; the arguments and records stand in parentheses: VEL_REPORT(Java_..., (jstring a), (ID),
+// body). A row's file includes, in <>, the header that javac made of the Java class: a row that
+// disagrees with it does not compile. The catalogue of natives is made from these rows.
 #define VEL_JAVA_ARGUMENTS(...) \
   ([[maybe_unused]] JNIEnv * env, [[maybe_unused]] jclass self __VA_OPT__(, ) __VA_ARGS__)
 #define VEL_RECORDS(...) \
@@ -84,9 +100,21 @@ void reporting(JNIEnv* env, Report report) noexcept {
     VEL_RECORDS records;                                                          \
     return reporting(env, type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
   }
-// Answers a question or does as told, without a guard: no thread record may be touched.
+// Answers a question, without a guard: neither a thread record nor a manager may be touched.
 #define VEL_ANSWER(type, fallback, name, arguments, ...)                    \
   VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                     \
     VEL_TRACE();                                                            \
     return shielded(type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
+  }
+// Answers a question by asking managers, which stay for as long as that takes.
+#define VEL_ASK_MANAGERS(type, fallback, name, arguments, ...)                            \
+  VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                                   \
+    VEL_TRACE();                                                                          \
+    return insideOf(managersGate, type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
+  }
+// Does as told, without a guard, like VEL_ANSWER.
+#define VEL_COMMAND(name, arguments, ...)               \
+  VEL_NATIVE(void, name) VEL_JAVA_ARGUMENTS arguments { \
+    VEL_TRACE();                                        \
+    shielded([&] { __VA_ARGS__; });                     \
   }

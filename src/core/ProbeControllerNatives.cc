@@ -1,3 +1,5 @@
+#include <com_velora_probe_ProbeController.h>
+
 #include <algorithm>
 
 #include "base/ProbeLog.h"
@@ -5,74 +7,41 @@
 #include "core/Native.h"
 #include "core/ProbeMgr.h"
 #include "delivery/EvtAgentMgr.h"
+#include "events/GPSTokenUtils.h"
 
-VEL_NATIVE(void, Java_com_velora_probe_ProbeController_startNativeProbe)
-(JNIEnv* env, jobject) {
-  VEL_TRACE();
-  shielded([env] { ProbeMgr::probeStart(env); });
+VEL_COMMAND(Java_com_velora_probe_ProbeController_startNativeProbe, (), ProbeMgr::probeStart(env))
+VEL_COMMAND(Java_com_velora_probe_ProbeController_stopNativeProbe, (), ProbeMgr::probeStop(env))
+VEL_COMMAND(Java_com_velora_probe_ProbeController_setupGps, (jstring regMask),
+            GPSTokenUtils::setUpGps(env, regMask))
+
+static bool setModLevel(jint level) {
+  if (!ProbeMgr::isProbeDisabled()) return ProbeMgr::setProbeLevel(level);
+  ProbeLog::_log("Native probe is disabled, rejecting setModLevel");
+  return false;
 }
 
-VEL_NATIVE(void, Java_com_velora_probe_ProbeController_stopNativeProbe)
-(JNIEnv* env, jobject) {
-  VEL_TRACE();
-  shielded([env] { ProbeMgr::probeStop(env); });
-}
-
-VEL_NATIVE(jint, Java_com_velora_probe_ProbeController_getMonitoringLevel)
-(JNIEnv*, jobject) {
-  VEL_TRACE();
-  return ProbeMgr::getProbeLevel() + 1000;
-}
-
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_setModLevel)
-(JNIEnv*, jobject, jint level) {
-  VEL_TRACE();
-  return shielded(false, [level] {
-    if (!ProbeMgr::isProbeDisabled()) return ProbeMgr::setProbeLevel(level);
-    ProbeLog::_log("Native probe is disabled, rejecting setModLevel");
-    return false;
-  });
-}
-
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_restartOnToFromL1)
-(JNIEnv*, jobject) {
-  VEL_TRACE();
-  return ProbeMgr::restartOnToL1();
-}
-
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_isNativeProbeEnabled)
-(JNIEnv*, jobject) {
-  VEL_TRACE();
-  return !ProbeMgr::isProbeDisabled();
-}
-
-VEL_NATIVE(void, Java_com_velora_probe_ProbeController_setIncludeExcludeList)
-(JNIEnv* env, jobject, jobjectArray il, jobjectArray el) {
-  VEL_TRACE();
-  shielded([=] { ProbeMgr::setIncludeExcludeList(env, il, el); });
-}
-
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_isJvmpiEnabled)
-(JNIEnv*, jobject) {
-  VEL_TRACE();
-  return ProbeMgr::isJVMPIEnabled();
-}
-
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeController_initializeJVMPI)
-(JNIEnv*, jobject) {
-  VEL_TRACE();
-  return shielded(false, [] { return ProbeMgr::initializeJVMPI(); });
-}
+VEL_ANSWER(jint, 0, Java_com_velora_probe_ProbeController_getMonitoringLevel, (),
+           ProbeMgr::getProbeLevel() + 1000)
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_setModLevel, (jint level),
+           setModLevel(level))
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_restartOnToFromL1, (),
+           ProbeMgr::restartOnToL1())
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_isNativeProbeEnabled, (),
+           !ProbeMgr::isProbeDisabled())
+VEL_COMMAND(Java_com_velora_probe_ProbeController_setIncludeExcludeList,
+            (jobjectArray include, jobjectArray exclude),
+            ProbeMgr::setIncludeExcludeList(env, include, exclude))
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_isJvmpiEnabled, (),
+           ProbeMgr::isJVMPIEnabled())
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_initializeJVMPI, (),
+           ProbeMgr::initializeJVMPI())
 
 // For the exit of the JVM: sends what is queued, as far as the given time allows. A stop waits for
 // those inside the gate, so nobody may stay longer.
-constexpr jint kLongestFlushMs = 1000;
-
-VEL_NATIVE(void, Java_com_velora_probe_ProbeController_flushNativeProbe)
-(JNIEnv*, jobject, jint millis) {
-  VEL_TRACE();
-  insideGate([millis] {
-    if (!ProbeMgr::isProbeDisabled())
-      EvtAgentMgr::getInstance()->flush(std::clamp(millis, 0, kLongestFlushMs));
-  });
+static void flush(jint millis) {
+  constexpr jint kLongestFlushMs = 1000;
+  if (!ProbeMgr::isProbeDisabled())
+    EvtAgentMgr::getInstance()->flush(std::clamp(millis, 0, kLongestFlushMs));
 }
+VEL_COMMAND(Java_com_velora_probe_ProbeController_flushNativeProbe, (jint millis),
+            insideGate([millis] { flush(millis); }))

@@ -1,7 +1,7 @@
+#include <com_velora_probe_ProbeSystem.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <vector>
 
 #include "base/JniScope.h"
 #include "base/ProbeLog.h"
@@ -14,20 +14,12 @@
 #include "delivery/SamplingRates.h"
 #include "delivery/ThreadData.h"
 #include "events/EventUtils.h"
+#include "events/RecordTypes.h"
 
-VEL_NATIVE(jboolean, Java_com_velora_probe_ProbeSystem_initializeProbe)
-(JNIEnv* env, jclass cls) {
-  VEL_TRACE();
-  return shielded(false, [=] {
-    return setSystemProperties(env, cls) == 0 && publishFigures(env, cls) && !describeAndClear(env);
-  });
-}
-
-VEL_NATIVE(jint, Java_com_velora_probe_ProbeSystem_getProcessId)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return getProcessId();
-}
+VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeSystem_initializeProbe, (),
+           setSystemProperties(env, self) == 0 && publishFigures(env, self) &&
+               !describeAndClear(env))
+VEL_ANSWER(jint, 0, Java_com_velora_probe_ProbeSystem_getProcessId, (), getProcessId())
 
 static jobjectArray argumentArray(JNIEnv* env) {
   if (!velora_argv) return nullptr;
@@ -43,61 +35,37 @@ static jobjectArray argumentArray(JNIEnv* env) {
   return array.release();
 }
 
-VEL_NATIVE(jobjectArray, Java_com_velora_probe_ProbeSystem_getArgumentVector)
-(JNIEnv* env, jclass) {
-  VEL_TRACE();
-  return shielded<jobjectArray>(nullptr, [env] { return argumentArray(env); });
-}
+VEL_ANSWER(jobjectArray, nullptr, Java_com_velora_probe_ProbeSystem_getArgumentVector, (),
+           argumentArray(env))
 
-VEL_NATIVE(jlong, Java_com_velora_probe_ProbeSystem_nativeGetCurrentThreadCPUTime)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return static_cast<jlong>(getCurrentThreadCpuTime());
-}
-
-VEL_NATIVE(jlong, Java_com_velora_probe_ProbeSystem_nativeGetCurrentThreadID)
-(JNIEnv* env, jclass) {
-  VEL_TRACE();
-  return threadIdOf(env);
-}
+VEL_ANSWER(jlong, 0, Java_com_velora_probe_ProbeSystem_nativeGetCurrentThreadCPUTime, (),
+           static_cast<jlong>(getCurrentThreadCpuTime()))
+VEL_ANSWER(jlong, 0, Java_com_velora_probe_ProbeSystem_nativeGetCurrentThreadID, (),
+           threadIdOf(env))
 
 // Without the seconds: a later call may return less.
-VEL_NATIVE(jlong, Java_com_velora_probe_ProbeSystem_nativeGetTimeMicroSeconds)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
+static jlong microsecondOfSecond() {
   ULONG seconds = 0;
   ULONG microseconds = 0;
   getCurrentTime(&seconds, &microseconds);
   return microseconds;
 }
+VEL_ANSWER(jlong, 0, Java_com_velora_probe_ProbeSystem_nativeGetTimeMicroSeconds, (),
+           microsecondOfSecond())
 
-VEL_NATIVE(jlong, Java_com_velora_probe_ProbeSystem_nativeUpdateAppServerCPUTime)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  jlong nanoseconds = 0;
-  shielded([&] { getAppServerCPUTime(&nanoseconds); });
-  return nanoseconds;
+static jlong nanoseconds(void (*read)(void* time_64bit)) {
+  jlong time = 0;
+  read(&time);
+  return time;
 }
-
-VEL_NATIVE(jdouble, Java_com_velora_probe_ProbeSystem_nativeUpdateAppServerCPU)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return shielded(0.0, [] { return getAppServerCPUPercent(); });
-}
-
-VEL_NATIVE(jdouble, Java_com_velora_probe_ProbeSystem_nativeUpdatePlatformCPU)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return shielded(0.0, [] { return getPlatformCPUUtilization(); });
-}
-
-VEL_NATIVE(jlong, Java_com_velora_probe_ProbeSystem_nativeUpdatePlatformCPUTime)
-(JNIEnv*, jclass) {
-  VEL_TRACE();
-  jlong nanoseconds = 0;
-  shielded([&] { getPlatformCPUTime(&nanoseconds); });
-  return nanoseconds;
-}
+VEL_ANSWER(jlong, 0, Java_com_velora_probe_ProbeSystem_nativeUpdateAppServerCPUTime, (),
+           nanoseconds(getAppServerCPUTime))
+VEL_ANSWER(jdouble, 0, Java_com_velora_probe_ProbeSystem_nativeUpdateAppServerCPU, (),
+           getAppServerCPUPercent())
+VEL_ANSWER(jdouble, 0, Java_com_velora_probe_ProbeSystem_nativeUpdatePlatformCPU, (),
+           getPlatformCPUUtilization())
+VEL_ANSWER(jlong, 0, Java_com_velora_probe_ProbeSystem_nativeUpdatePlatformCPUTime, (),
+           nanoseconds(getPlatformCPUTime))
 
 // The event carries four rates: fewer are filled up with 0, more are left out.
 static void setSamplingRates(JNIEnv* env, jintArray levels, jboolean useDefault) {
@@ -115,12 +83,12 @@ static void setSamplingRates(JNIEnv* env, jintArray levels, jboolean useDefault)
   EventUtils::appendSamplingRateEvent(env, rates.levels.data(), rates.useDefault);
 }
 
-VEL_NATIVE(void, Java_com_velora_probe_ProbeSystem_setNativeSamplingRates)
-(JNIEnv* env, jclass, jintArray levels, jboolean useDefault) {
-  VEL_TRACE();
-  reporting(env, [=] { setSamplingRates(env, levels, useDefault); });
-}
+VEL_REPORT(Java_com_velora_probe_ProbeSystem_setNativeSamplingRates,
+           (jintArray levels, jboolean useDefault), (DC2PS_SAMPLING_RATE_RECORD),
+           setSamplingRates(env, levels, useDefault))
 
 // At once: no handler runs, nothing is flushed.
-VEL_NATIVE(void, Java_com_velora_probe_ProbeSystem_stopNative)
-(JNIEnv*, jclass) { _exit(12); }
+VEL_NATIVE(void, Java_com_velora_probe_ProbeSystem_stopNative)(JNIEnv*, jclass) {
+  VEL_TRACE();
+  _exit(12);
+}

@@ -1,12 +1,11 @@
-// com.velora.probe.event.EventAgent
+#include <com_velora_probe_event_EventAgent.h>
+
 #include "base/Trace.h"
 #include "core/Native.h"
 #include "delivery/EvtAgentMgr.h"
 
-VEL_NATIVE(jint, Java_com_velora_probe_event_EventAgent_getEvtAgentCount)(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return shielded(jint{0}, [] { return jint{EvtAgentMgr::getInstance()->getEvtAgentCount()}; });
-}
+VEL_ASK_MANAGERS(jint, 0, Java_com_velora_probe_event_EventAgent_getEvtAgentCount, (),
+                 EvtAgentMgr::getInstance()->getEvtAgentCount())
 
 VEL_NATIVE(void, Java_com_velora_probe_event_EventAgent_startThread)
 (JNIEnv* env, jobject, jint id) {
@@ -16,5 +15,5 @@ VEL_NATIVE(void, Java_com_velora_probe_event_EventAgent_startThread)
 
 VEL_NATIVE(void, Java_com_velora_probe_event_EventAgent_stopThread)(JNIEnv*, jobject, jint id) {
   VEL_TRACE();
-  shielded([&] { EvtAgentMgr::getInstance()->stopEvtAgent(id); });
+  insideOf(managersGate, [&] { EvtAgentMgr::getInstance()->stopEvtAgent(id); });
 }

@@ -1,15 +1,15 @@
-// com.velora.probe.event.NetworkAgent and com.velora.network.NetworkAgent
+#include <com_velora_network_NetworkAgent.h>
+#include <com_velora_probe_event_NetworkAgent.h>
+
 #include "base/Trace.h"
 #include "core/Native.h"
 #include "delivery/NetworkAgentMgr.h"
 
+// There is nothing to prepare.
 VEL_NATIVE(void, Java_com_velora_network_NetworkAgent_initCppSide)(JNIEnv*, jobject) {}
 
-VEL_NATIVE(jint, Java_com_velora_probe_event_NetworkAgent_getNetAgentCount)(JNIEnv*, jclass) {
-  VEL_TRACE();
-  return shielded(jint{0},
-                  [] { return jint{NetworkAgentMgr::getInstance()->getNetworkAgentCount()}; });
-}
+VEL_ASK_MANAGERS(jint, 0, Java_com_velora_probe_event_NetworkAgent_getNetAgentCount, (),
+                 NetworkAgentMgr::getInstance()->getNetworkAgentCount())
 
 VEL_NATIVE(void, Java_com_velora_probe_event_NetworkAgent_startThread)
 (JNIEnv* env, jobject, jint id) {
@@ -20,5 +20,5 @@ VEL_NATIVE(void, Java_com_velora_probe_event_NetworkAgent_startThread)
 VEL_NATIVE(void, Java_com_velora_probe_event_NetworkAgent_stopThread)
 (JNIEnv* env, jobject, jint id) {
   VEL_TRACE();
-  shielded([&] { NetworkAgentMgr::getInstance()->stopNetworkAgent(env, id); });
+  insideOf(managersGate, [&] { NetworkAgentMgr::getInstance()->stopNetworkAgent(env, id); });
 }

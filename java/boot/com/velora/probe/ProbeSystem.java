@@ -54,26 +54,34 @@ public final class ProbeSystem {
   /** Hands the fields above over and fills in the machine's figures; false: nothing will run. */
   public static native boolean initializeProbe();
 
+  /** Id of this process. */
   public static native int getProcessId();
 
   /** The arguments of the process, or null when none were saved. */
   public static native String[] getArgumentVector();
 
+  /** CPU time of the calling thread in nanoseconds. */
   public static native long nativeGetCurrentThreadCPUTime();
 
+  /** Id of the calling thread, as in its records. */
   public static native long nativeGetCurrentThreadID();
 
   /** Only the microseconds within the current second, 0 to 999999. */
   public static native long nativeGetTimeMicroSeconds();
 
+  /** CPU time of this process in nanoseconds. */
   public static native long nativeUpdateAppServerCPUTime();
 
+  /** Share of the machine's CPU time that this process took since the last call, in percent. */
   public static native double nativeUpdateAppServerCPU();
 
+  /** Share of its CPU time that the machine was busy since the last call, in percent. */
   public static native double nativeUpdatePlatformCPU();
 
+  /** Busy CPU time of the machine in nanoseconds. */
   public static native long nativeUpdatePlatformCPUTime();
 
+  /** Keeps and reports four sampling rates: missing ones are 0, more are left out. */
   public static native void setNativeSamplingRates(int[] levels, boolean useDefault);
 
   /** Ends the whole process at once with status 12; nothing is flushed. */

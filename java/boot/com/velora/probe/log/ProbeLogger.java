@@ -10,8 +10,9 @@ public final class ProbeLogger {
   /** Writes at most 2000 characters; null writes nothing. */
   public static native void write(int level, String text);
 
+  /** The level of the operators' log or, from 20000 on, that of the trace log. */
   public static native void setNativeProbeLoggingLevel(int level);
 
-  /** Null when there is no log file. */
+  /** The log file's path; null when there is none. */
   public static native String getLogFileName();
 }
