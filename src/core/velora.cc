@@ -69,6 +69,7 @@ static jint loadAgent(JavaVM* vm, char* options) {
   processId = getProcessId();
   if (!ProbeMgr::initializeJVMPI() || !ProbeMgr::initializeJVMMI(vm)) return -1;
   if (JitiDelegate::isJitiConfigured()) JitiDelegate::initializeJitiInOnLoad(options);
+  setBootClassName(ProbeMgr::getZetrelBootClassName());
   if (readInstrumentation()) {
     ProbeMgr::enableClassLoadHook();
     ProbeMgr::enableJVMInitDone();

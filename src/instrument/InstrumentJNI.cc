@@ -1,11 +1,29 @@
-#include <string_view>
+#include <algorithm>
+#include <new>
+#include <string>
 
 #include "base/JniScope.h"
+#include "base/Jvmpi.h"
+#include "base/Messages.h"
 #include "base/Trace.h"
+#include "base/platform.h"
+#include "instrument/HandOver.h"
+#include "instrument/LoadInjector.h"
+#include "instrument/dumpclass.h"
 #include "instrument/hook.h"
+#include "jvm/ByteReader.h"
 
 jclass bcmBootstrapCls = nullptr;
 jmethodID instrumentJNIMeth = nullptr;
+std::atomic<bool> instrumentationActive{false};
+std::atomic<bool> instrumentedClassLoader{false};
+std::atomic<bool> instrumentedProxy{false};
+std::atomic<int> classCount{0};
+std::atomic<long> totalTime{0};
+
+static const char* bootClassName = "";
+
+void setBootClassName(const char* class_name) { bootClassName = class_name; }
 
 void handleJavaException(JNIEnv* env) {
   VEL_TRACE();
@@ -34,10 +52,160 @@ bool classIsExcluded(const char* class_name) {
   return false;
 }
 
-// No class is rewritten yet: each keeps its bytes.
+// Counts an event, and its milliseconds by the wall clock.
+class HandlerCost {
+ public:
+  HandlerCost() {
+    getCurrentTime(&sec_, &usec_);
+    ++classCount;
+  }
+  HandlerCost(const HandlerCost&) = delete;
+  HandlerCost& operator=(const HandlerCost&) = delete;
+  ~HandlerCost() {
+    ULONG sec = 0, usec = 0;
+    getCurrentTime(&sec, &usec);
+    totalTime += (long{sec} - long{sec_}) * 1000 + (long{usec / 1000} - long{usec_ / 1000});
+  }
+
+ private:
+  ULONG sec_ = 0, usec_ = 0;
+};
+
+static void reportCorrupt(ClassBytes bytes) {
+  logError({1048, "Class file corrupt"});
+  dumpClass("BadClass", bytes);
+}
+
+enum class Version { ours, other, unreadable };
+
+// Later classes verify their code by maps that a new method would need, too.
+static Version readVersion(ClassBytes bytes) {
+  ByteReader in(bytes);
+  const ULONG magic = in.u4();
+  if (in.ok() && magic != 0xCAFEBABE) {
+    logError({1049, "Bad class file magic %0X"}, magic);
+    return Version::other;
+  }
+  const USHORT minor = in.u2();
+  const USHORT major = in.u2();
+  if (!in.ok()) {
+    reportCorrupt(bytes);
+    return Version::unreadable;
+  }
+  const bool ours = (major >= 45 && major <= 47) || (major == 48 && minor == 0);
+  return ours ? Version::ours : Version::other;
+}
+
+static void noteServerStart(std::string_view class_name) {
+  for (std::string_view start :
+       {"com/norvik/av/bootstrap/AVLauncher", "weblogic/Server", bootClassName})
+    if (class_name == start) instrumentationActive = true;
+}
+
+static std::vector<BYTE> bytesOf(JNIEnv* env, jbyteArray array) {
+  const jsize length = array ? env->GetArrayLength(array) : 0;
+  std::vector<BYTE> bytes(static_cast<std::size_t>(length));
+  if (length > 0) env->GetByteArrayRegion(array, 0, length, reinterpret_cast<jbyte*>(bytes.data()));
+  handleJavaException(env);
+  return bytes;
+}
+
+// What BcmBootstrap.instrumentClassFromJVMPI makes of the class; empty when that failed.
+static std::vector<BYTE> askBootstrap(JNIEnv* env, ClassBytes bytes, const std::string& dotName,
+                                      HandOver& handOver) {
+  handleJavaException(env);
+  const auto length = static_cast<jsize>(bytes.size());
+  LocalRef<jbyteArray> array(env, env->NewByteArray(length));
+  handleJavaException(env);
+  if (!array.get()) return {};
+  env->SetByteArrayRegion(array, 0, length, reinterpret_cast<const jbyte*>(bytes.data()));
+  handleJavaException(env);
+  LocalRef<jstring> name(env, env->NewStringUTF(dotName.c_str()));
+  handleJavaException(env);
+  if (!name.get()) return {};
+  const LocalRef<jbyteArray> result(
+      env,
+      env->CallStaticObjectMethod(bcmBootstrapCls, instrumentJNIMeth, array.get(), name.get()));
+  handleJavaException(env);
+  return handOver.resultCounts() ? bytesOf(env, result) : std::vector<BYTE>();
+}
+
+static void handToJavaSide(JNIEnv* env, WorkingClass& work) {
+  static auto& handOver = *new HandOver;
+  std::string name(work.layout()->name);
+  if (!env || !bcmBootstrapCls || classIsExcluded(name.c_str())) return;
+  slashToDot(name.data());
+  if (!handOver.begin(name)) return;
+  const struct End {
+    HandOver& handOver;
+    ~End() { handOver.end(); }
+  } end{handOver};
+  auto instrumented = askBootstrap(env, work.bytes(), name, handOver);
+  if (!instrumented.empty()) work.replace(std::move(instrumented));
+}
+
+static bool injectOne(std::atomic<bool>& done, const DefineClassMethod* methods, int count,
+                      WorkingClass& work) {
+  if (done) return false;
+  const auto injects = [&work](const DefineClassMethod& method) {
+    return instrumentLoader(method, work);
+  };
+  if (!std::any_of(methods, methods + count, injects)) return false;
+  done = true;
+  return true;
+}
+
+static void switchHookOff() {
+  traceMin("InstrumentJNI: turning off JVMPI ClassLoadHook");
+  if (jvmpi) jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
+}
+
+// One class loader and one proxy in the life of the process, whichever threads load them.
+static void inject(WorkingClass& work) {
+  static auto& lock = *new VelOsLock;
+  const LockScope held(lock);
+  const bool rewritten =
+      injectOne(instrumentedClassLoader, config.classLoaderMethods, config.classLoaderMethodCount,
+                work) ||
+      injectOne(instrumentedProxy, config.proxyMethods, config.proxyMethodCount, work);
+  if (!rewritten) return;
+  if (!work.layout()) work.restore();
+  if (instrumentedClassLoader && instrumentedProxy) switchHookOff();
+}
+
+static void handBack(JVMPI_Event* event, ClassBytes bytes) {
+  auto& hook = event->u.class_load_hook;
+  void* copy = hook.malloc_f(static_cast<unsigned>(bytes.size()));
+  if (!copy) {
+    traceMin("malloc_f failed");
+    return;
+  }
+  hook.new_class_data = static_cast<BYTE*>(copy);
+  hook.new_class_data_len = static_cast<jint>(bytes.size());
+  std::ranges::copy(bytes, hook.new_class_data);
+}
+
+static void handleClass(JVMPI_Event* event, ClassBytes bytes) {
+  if (readVersion(bytes) != Version::ours) return;
+  auto layout = readClassLayout(bytes);
+  if (!layout) return reportCorrupt(bytes);
+  WorkingClass work(bytes, std::move(*layout));
+  noteServerStart(work.layout()->name);
+  if (instrumentationActive && !instrumentedClassLoader) handToJavaSide(event->env_id, work);
+  if (config.instrumentDefineClass) inject(work);
+  if (work.changed()) handBack(event, work.bytes());
+}
+
 void notifyClassLoadHookEvent(JVMPI_Event* event) {
   VEL_TRACE();
+  const HandlerCost cost;
   auto& hook = event->u.class_load_hook;
   hook.new_class_data = hook.class_data;
   hook.new_class_data_len = hook.class_data_len;
+  if (!hook.class_data || hook.class_data_len < 0) return;
+  try {
+    handleClass(event, {hook.class_data, static_cast<std::size_t>(hook.class_data_len)});
+  } catch (const std::bad_alloc&) {
+    traceMin("malloc failed");
+  }
 }

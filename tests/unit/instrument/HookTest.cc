@@ -1,0 +1,272 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "ClassMaker.h"
+#include "fake/FakeJvm.h"
+#include "fake/FakeToolkit.h"
+#include "instrument/hook.h"
+
+using testing::ElementsAre;
+
+static bool noMemory = false;
+static std::vector<std::unique_ptr<char[]>> handedOver;
+static void* allocate(unsigned int size) {
+  if (noMemory) return nullptr;
+  handedOver.push_back(std::make_unique<char[]>(size));
+  return handedOver.back().get();
+}
+
+class Hook : public testing::Test {
+ protected:
+  Hook() {
+    noMemory = false;
+    handedOver.clear();
+    bcmBootstrapCls = nullptr;
+    instrumentationActive = instrumentedClassLoader = instrumentedProxy = false;
+    setBootClassName("boot/Start");
+    config = Config{};
+    config.instrumentDefineClass = 1;
+    config.classLoaderMethods = loaders_;
+    config.classLoaderMethodCount = 2;
+    config.proxyMethods = proxies_;
+    config.proxyMethodCount = 1;
+    jvm.givesProfiler();
+    jvm.profiler().EnableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
+  }
+  ~Hook() override {
+    config = Config{};
+    if (bcmBootstrapCls) jvm.env()->DeleteGlobalRef(bcmBootstrapCls);
+    bcmBootstrapCls = nullptr;
+  }
+
+  // The Java side: answers with what `instrument` makes of the class.
+  using Instrument = std::function<FakeObject*(const std::string& bytes, const std::string& name)>;
+  void javaSide(Instrument instrument) {
+    jvm.defineClass("com/velora/bcm/bootstrap/BcmBootstrap")
+        .staticMethod("instrumentClassFromJVMPI", "([BLjava/lang/String;)[B",
+                      [instrument](FakeCall& call) -> FakeValue {
+                        const auto& bytes = call.args.at(0).object->bytes;
+                        return instrument({bytes.begin(), bytes.end()}, call.text(1));
+                      });
+    JVMPI_Event event{};
+    event.env_id = jvm.env();
+    notifyJVMInitDone(&event);
+    ASSERT_NE(bcmBootstrapCls, nullptr);
+  }
+  void keepNames() {
+    javaSide([this](const std::string& bytes, const std::string& name) {
+      offered.push_back(name);
+      return jvm.newBytes(bytes);
+    });
+  }
+
+  // Loads a class; empty when the JVM got its own bytes back.
+  std::string load(std::vector<BYTE> data) {
+    JVMPI_Event event{};
+    event.event_type = JVMPI_EVENT_CLASS_LOAD_HOOK;
+    event.env_id = jvm.env();
+    event.u.class_load_hook = {data.data(), static_cast<jint>(data.size()), nullptr, -1, allocate};
+    notifyClassLoadHookEvent(&event);
+    const auto& hook = event.u.class_load_hook;
+    if (hook.new_class_data != data.data())
+      return {reinterpret_cast<char*>(hook.new_class_data),
+              static_cast<std::size_t>(hook.new_class_data_len)};
+    EXPECT_EQ(hook.new_class_data_len, hook.class_data_len);
+    return {};
+  }
+  std::string load(const char* name) {
+    LoaderClass cls;
+    cls.name = name;
+    return load(cls.make());
+  }
+
+  FakeJvm jvm;
+  FakeToolkit toolkit;
+  std::vector<std::string> offered;
+  DefineClassMethod loaders_[2] = {defineClassMethod("p/Loader", "java/lang/Object"),
+                                   defineClassMethod("p/Loader")};
+  DefineClassMethod proxies_[1] = {defineClassMethod("p/Proxy")};
+};
+
+TEST_F(Hook, VersionsThatAreRewritten) {
+  struct Case {
+    const char* version;  // minor, major
+    bool rewritten;
+  };
+  for (const auto& [version, expected] :
+       {Case{"0003 002D", true}, Case{"0000 002E", true}, Case{"FFFF 002F", true},
+        Case{"0000 0030", true}, Case{"0001 0030", false}, Case{"0000 0031", false},
+        Case{"0000 002C", false}, Case{"0000 003D", false}}) {
+    SCOPED_TRACE(version);
+    instrumentedClassLoader = false;
+    LoaderClass cls;
+    cls.version = version;
+    EXPECT_EQ(!load(cls.make()).empty(), expected);
+  }
+  EXPECT_FALSE(toolkit.logged(1048));
+}
+
+TEST_F(Hook, WhatIsNoClassIsTold) {
+  const std::tuple<const char*, const char*, int> cases[] = {
+      {"another magic", "CAFEBABF 0000 002F 0001", 1049},
+      {"half a magic", "CAFE", 1048},
+      {"half a version", "CAFEBABE 0000", 1048},
+      {"no pool", "CAFEBABE 0000 002F", 1048},
+      {"nothing behind the pool", "CAFEBABE 0000 002F 0001", 1048},
+      {"later versions are not read", "CAFEBABE 0000 0034", 0},
+  };
+  for (const auto& [why, notation, number] : cases) {
+    SCOPED_TRACE(why);
+    toolkit.lines();
+    EXPECT_EQ(load(bytes(notation)), "");
+    const auto lines = toolkit.lines();
+    EXPECT_EQ(lines.size(), number ? 1U : 0U);
+    if (!lines.empty()) {
+      EXPECT_EQ(lines[0].number, number);
+    }
+  }
+  load(bytes("00000100"));  // the fake toolkit writes any number in decimal
+  EXPECT_THAT(toolkit.texts(), ElementsAre("Bad class file magic 256"));
+}
+
+TEST_F(Hook, NoPrefixOfALoaderIsRewritten) {
+  const auto whole = LoaderClass().make();
+  for (std::size_t length = 8; length < whole.size(); ++length)
+    EXPECT_EQ(load({whole.begin(), whole.begin() + static_cast<long>(length)}), "") << length;
+  EXPECT_FALSE(instrumentedClassLoader);
+  EXPECT_NE(load(whole), "");
+}
+
+TEST_F(Hook, OneLoaderAndOneProxyThenTheHookGoesOff) {
+  EXPECT_EQ(load("p/Other"), "");
+  EXPECT_NE(load("p/Proxy"), "");
+  EXPECT_EQ(load("p/Proxy"), "");
+  EXPECT_TRUE(jvm.isEnabled(JVMPI_EVENT_CLASS_LOAD_HOOK));
+  EXPECT_NE(load("p/Loader"), "");  // by the second configured method
+  EXPECT_FALSE(jvm.isEnabled(JVMPI_EVENT_CLASS_LOAD_HOOK));
+  EXPECT_EQ(load("p/Loader"), "");
+}
+
+TEST_F(Hook, NothingIsRewrittenUnlessAskedFor) {
+  config.instrumentDefineClass = 0;
+  EXPECT_EQ(load("p/Loader"), "");
+  config.instrumentDefineClass = 1;
+  noMemory = true;
+  EXPECT_EQ(load("p/Loader"), "");
+}
+
+TEST_F(Hook, TheJavaSideSeesClassesFromTheServersStartOn) {
+  keepNames();
+  config.instrumentDefineClass = 0;
+  for (const char* start :
+       {"com/norvik/av/bootstrap/AVLauncher", "weblogic/Server", "boot/Start"}) {
+    instrumentationActive = false;
+    offered.clear();
+    for (const char* name : {"p/Early", start, "java/util/X", "javax/X", "org/X", "sun/misc/X",
+                             "com/velora/X", "p/Late"})
+      EXPECT_EQ(load(name), "");
+    EXPECT_EQ(offered.back(), "p.Late");
+    EXPECT_EQ(offered.size(), 2U);  // the start class itself is the first
+  }
+  instrumentedClassLoader = true;
+  load("p/AfterTheLoader");
+  EXPECT_EQ(offered.back(), "p.Late");
+  EXPECT_EQ(jvm.localRefs(), 0);
+}
+
+TEST_F(Hook, TheJavaSidesBytesReplaceTheClass) {
+  instrumentationActive = true;
+  config.instrumentDefineClass = 0;
+  javaSide([this](const std::string&, const std::string&) { return jvm.newBytes("new"); });
+  EXPECT_EQ(load("p/A"), "new");
+  noMemory = true;
+  EXPECT_EQ(load("p/A"), "");
+}
+
+TEST_F(Hook, WithoutAnAnswerTheClassStays) {
+  instrumentationActive = true;
+  config.instrumentDefineClass = 0;
+  javaSide([this](const std::string&, const std::string& name) -> FakeObject* {
+    if (name == "p.Throws") jvm.throwNew(jvm.env(), "java/lang/Error", "no");
+    return name == "p.Empty" ? jvm.newBytes("") : nullptr;
+  });
+  for (const char* name : {"p/Null", "p/Throws", "p/Empty"}) EXPECT_EQ(load(name), "");
+  EXPECT_EQ(jvm.attach().pending(), nullptr);
+  EXPECT_EQ(jvm.attach().described, 1);
+  EXPECT_EQ(jvm.localRefs(), 0);
+}
+
+TEST_F(Hook, WhatTheJavaSideLoadsItselfPassesUntouched) {
+  instrumentationActive = true;
+  config.instrumentDefineClass = 0;
+  javaSide([this](const std::string&, const std::string& name) {
+    offered.push_back(name);
+    if (name == "p.A") {
+      EXPECT_EQ(load("p/Helper"), "");
+    }
+    if (name == "p.Twice") {
+      EXPECT_EQ(load("p/Twice"), "");
+    }
+    return jvm.newBytes("new");
+  });
+  EXPECT_EQ(load("p/A"), "new");
+  EXPECT_EQ(load("p/Twice"), "");  // loaded in the middle of its own instrumentation
+  EXPECT_EQ(load("p/Twice2"), "new");
+  EXPECT_THAT(offered, ElementsAre("p.A", "p.Twice", "p.Twice2"));
+}
+
+TEST_F(Hook, OtherThreadsPassMeanwhile) {
+  instrumentationActive = true;
+  config.instrumentDefineClass = 0;
+  javaSide([this](const std::string&, const std::string& name) {
+    offered.push_back(name);
+    std::thread([this] { EXPECT_EQ(load("p/Other"), ""); }).join();
+    return jvm.newBytes("new");
+  });
+  EXPECT_EQ(load("p/A"), "new");
+  EXPECT_THAT(offered, ElementsAre("p.A"));
+}
+
+TEST_F(Hook, ALoaderThatTheJavaSideChangedKeepsBothChanges) {
+  instrumentationActive = true;
+  LoaderClass changed;
+  changed.access = "0421";
+  const auto bytes = changed.make();
+  javaSide([&](const std::string&, const std::string&) {
+    return jvm.newBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  });
+  const std::string result = load("p/Loader");
+  const auto layout =
+      readClassLayout({reinterpret_cast<const BYTE*>(result.data()), result.size()});
+  ASSERT_TRUE(layout);
+  EXPECT_EQ(layout->access_flags, 0x0421);
+  EXPECT_EQ(layout->methodCount, 2);
+}
+
+TEST_F(Hook, DumpsOfRewrittenAndCorruptClasses) {
+  namespace fs = std::filesystem;
+  const fs::path directory = fs::path(testing::TempDir()) / ("dump" + std::to_string(getpid()));
+  fs::create_directory(directory);
+  const std::string prefix = directory.string() + "/";
+  config.dumpPath = prefix.c_str();
+  load("p/Proxy");
+  EXPECT_TRUE(fs::is_empty(directory));
+  config.dumpClasses = 1;
+  const std::string result = load("p/Loader");
+  load(bytes("CAFEBABE 0000 002F"));
+  std::ifstream dumped(directory / "p.Loader.class", std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(dumped), {}), result);
+  EXPECT_EQ(fs::file_size(directory / "BadClass.class"), 8U);
+  fs::remove_all(directory);
+}
+
+TEST_F(Hook, CostIsCounted) {
+  const int before = classCount;
+  load("p/A");
+  load(bytes(""));
+  EXPECT_EQ(classCount, before + 2);
+  EXPECT_GE(totalTime, 0);
+}
