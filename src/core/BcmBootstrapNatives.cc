@@ -1,3 +1,7 @@
+#include <com_velora_probe_heap_HeapAnalysisRuntime.h>
+#include <com_velora_probe_l3trace_BcmRuntime.h>
+#include <com_velora_probe_lock_LockAnalysisRuntime.h>
+
 #include <algorithm>
 #include <span>
 #include <string_view>
@@ -8,37 +12,32 @@
 #include "core/Native.h"
 #include "core/velora.h"
 
-// Weak: a native that this build does not have is null, and its class is not registered.
-#define VEL_OPTIONAL_NATIVE(name) extern "C" [[gnu::weak]] void name()
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event);
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative);
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative);
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationStart);
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationEnd);
-VEL_OPTIONAL_NATIVE(Java_com_velora_probe_lock_LockAnalysisRuntime_appendEvent);
-
 struct NativeRow {
   const char* name;
   const char* signature;
-  void (*function)();
+  void* function;
 };
+template <class Function>
+static NativeRow row(const char* name, const char* signature, Function* function) {
+  return {name, signature, reinterpret_cast<void*>(function)};
+}
 
 static const NativeRow kBcmRuntime[] = {
-    {"appendL3Event", "(BI)Z", Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event},
-    {"sendClassEventNative", "(ILjava/lang/String;[I[Ljava/lang/String;[Ljava/lang/String;)Z",
-     Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative},
-    {"sendClassUnloadEventNative", "(ILjava/lang/String;[I)Z",
-     Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative},
+    row("appendL3Event", "(BI)Z", Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event),
+    row("sendClassEventNative", "(ILjava/lang/String;[I[Ljava/lang/String;[Ljava/lang/String;)Z",
+        Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative),
+    row("sendClassUnloadEventNative", "(ILjava/lang/String;[I)Z",
+        Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative),
 };
 static const NativeRow kHeapAnalysis[] = {
-    {"nativeHeapAllocationStart", "(IILjava/lang/String;)V",
-     Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationStart},
-    {"nativeHeapAllocationEnd", "(IILjava/lang/String;)V",
-     Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationEnd},
+    row("nativeHeapAllocationStart", "(IILjava/lang/String;)V",
+        Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationStart),
+    row("nativeHeapAllocationEnd", "(IILjava/lang/String;)V",
+        Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationEnd),
 };
 static const NativeRow kLockAnalysis[] = {
-    {"appendEvent", "(BLjava/lang/String;IBLjava/lang/String;Ljava/lang/String;II)Z",
-     Java_com_velora_probe_lock_LockAnalysisRuntime_appendEvent},
+    row("appendEvent", "(BLjava/lang/String;IBLjava/lang/String;Ljava/lang/String;II)Z",
+        Java_com_velora_probe_lock_LockAnalysisRuntime_appendEvent),
 };
 
 struct NativeClass {
@@ -56,9 +55,7 @@ static jint registerAll(JNIEnv* env, jclass cls, std::span<const NativeRow> rows
   static_assert(std::size(methods) >= std::max(std::size(kHeapAnalysis), std::size(kLockAnalysis)));
   JNINativeMethod* method = methods;
   for (const NativeRow& row : rows) {
-    if (!row.function) return JNI_ERR;
-    *method++ = {const_cast<char*>(row.name), const_cast<char*>(row.signature),
-                 reinterpret_cast<void*>(row.function)};
+    *method++ = {const_cast<char*>(row.name), const_cast<char*>(row.signature), row.function};
   }
   return env->RegisterNatives(cls, methods, static_cast<jint>(rows.size()));
 }

@@ -86,24 +86,29 @@ void reporting(JNIEnv* env, Report report) noexcept {
 #define VEL_RECORDS(...) \
   [[maybe_unused]] static constexpr int velRecords_[] = {-1 __VA_OPT__(, ) __VA_ARGS__}
 
+// The file that rows trace as; readers of traces know some under an older name.
+#ifndef VEL_TRACED_FILE
+#define VEL_TRACED_FILE __FILE_NAME__
+#endif
+
 // Reports something: guarded, no result.
 #define VEL_REPORT(name, arguments, records, ...)       \
   VEL_NATIVE(void, name) VEL_JAVA_ARGUMENTS arguments { \
-    VEL_TRACE();                                        \
+    VEL_TRACE_AS(VEL_TRACED_FILE);                      \
     VEL_RECORDS records;                                \
     reporting(env, [&] { __VA_ARGS__; });               \
   }
 // Reports something and says what came of it; the fallback, when the report was turned away.
 #define VEL_REPORT_RESULT(type, fallback, name, arguments, records, ...)          \
   VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                           \
-    VEL_TRACE();                                                                  \
+    VEL_TRACE_AS(VEL_TRACED_FILE);                                                \
     VEL_RECORDS records;                                                          \
     return reporting(env, type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
   }
 // Answers a question, without a guard: neither a thread record nor a manager may be touched.
 #define VEL_ANSWER(type, fallback, name, arguments, ...)                    \
   VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                     \
-    VEL_TRACE();                                                            \
+    VEL_TRACE_AS(VEL_TRACED_FILE);                                          \
     return shielded(type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
   }
 // Answers a question by asking managers, which stay for as long as that takes.

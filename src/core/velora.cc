@@ -147,32 +147,21 @@ void ClassLoadEventHandler(JVMPI_Event* event) {
   const char* name = event->u.class_load.class_name;
   if (!name || *name == '[' || is_primitive(primitive_list, name)) return;
   traceMax("Class %s loaded", name);
-  auto* entry = new jclass_t(event);
-  entry->doRegister();  // the class table's from here
+  auto entry = std::make_unique<jclass_t>(event);
   traceMax("Class %s (sequence %d, exclude %d)", entry->class_name.get(), entry->sequenceID,
            entry->is_filtered.load());
-}
-
-static void reportUnload(const JVMPI_Event* event, const jclass_t& entry) {
-  auto unloaded = std::make_unique<ClassEvent>(Event::UNLOAD);
-  unloaded->classData.reset(entry.clone());
-  unloaded->classData->delete_flag = 1;
-  unloaded->env_ = event->env_id;
-  getCurrentTime(&unloaded->timeSec_, &unloaded->timeUSec_);
-  EventUtils::appendRequestEvent(event->env_id, nullptr, unloaded.release());
+  registerClass(std::move(entry));
 }
 
 void ClassUnloadEventHandler(JVMPI_Event* event) {
   VEL_TRACE();
-  jclass_t* entry = getClassEntry(event->u.class_unload.class_id);
-  if (!entry) return;
-  reportUnload(event, *entry);
-  if (CLASSULOAD_CLEANUP == -1) {
-    entry->unregister();
-    delete entry;
-    return;
-  }
-  entry->markDirty();
+  auto record = takeUnloaded(event->u.class_unload.class_id);
+  if (!record) return;
+  auto unloaded = std::make_unique<ClassEvent>(Event::UNLOAD);
+  unloaded->classData.reset(record.release());
+  unloaded->env_ = event->env_id;
+  getCurrentTime(&unloaded->timeSec_, &unloaded->timeUSec_);
+  EventUtils::appendRequestEvent(event->env_id, nullptr, unloaded.release());
   jclass_t::cleanupDirtyClasses();
 }
 

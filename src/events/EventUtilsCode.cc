@@ -2,11 +2,7 @@
 #include "base/Trace.h"
 #include "events/EventUtils.h"
 #include "events/EventUtilsSupport.h"
-
-// Method ids come from Java as ints; what goes to the server are these 32 bits.
-static jmethodID methodIdOf(int id) {
-  return reinterpret_cast<jmethodID>(static_cast<std::uintptr_t>(static_cast<unsigned>(id)));
-}
+#include "instrument/ClassTable.h"
 
 bool EventUtils::beginHeapAllocation(JNIEnv* env, int methodId, int lineNumber, jstring className) {
   VEL_TRACE_AS("EventUtils.cc");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -19,8 +20,8 @@ struct jmethod_t {
   jmethodID method_id = nullptr;  // null once the class has been unloaded
   jclass_t* clazz = nullptr;      // not owned; null in a clone
   jmethod_t* next = nullptr;      // in its bucket
-  unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
   int type = -1;                  // -1: not set
+  unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
 
   jmethod_t() = default;
   jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner);
@@ -34,7 +35,8 @@ struct jmethod_t {
   void removeFromMethodTable();
 };
 
-// One class that the agent knows, with its methods.
+// One class that the agent knows, with its methods. A registered record belongs to the tables and
+// may be freed as soon as its class is unloaded, so events carry records of their own.
 struct jclass_t {
   jobjectID class_id = nullptr;        // null once unlinked or unloaded
   std::unique_ptr<char[]> class_name;  // "/" form
@@ -54,12 +56,14 @@ struct jclass_t {
   jclass_t& operator=(const jclass_t&) = delete;
 
   jclass_t* clone() const;  // the caller's, marked for deletion, not registered
-  void doRegister();
+  bool doRegister();        // false: there are no tables. Else it is theirs from here
   void unregister();
   void unRegisterMethods();
-  void addToClassTable();
+  bool addToClassTable();
   void removeFromClassTable();
   void markDirty();
+  // Counts an unloading; each CLASSULOAD_CLEANUPth frees what is dirty, after a pause that a stop
+  // of the probe cuts short. Nobody else waits for that pause.
   static void cleanupDirtyClasses();
   static void initialize();
   static void destroy();
@@ -85,9 +89,17 @@ void deleteClassTable();
 void createMethodTable();
 void deleteMethodTable();
 
-// Neither finds the oldest class: the walk tests only nodes that have a successor.
+bool registerClass(std::unique_ptr<jclass_t> entry);  // frees it when there are no tables
+
+// None of the four finds the oldest class: the walk tests only nodes that have a successor.
+// What the first two return stays only while nobody reports it unloaded.
 jclass_t* getClassForName(const char* name);
 jclass_t* getClassEntry(jobjectID class_id);
+// The class is unloaded: its record, for the event that says so, or null when there is no such
+// class. The entry is out of the tables; found by its id, it may instead wait there, dirty, for the
+// next clean-up.
+std::unique_ptr<jclass_t> takeUnloaded(jobjectID class_id);
+std::unique_ptr<jclass_t> takeUnloaded(const char* name);
 void reapplyFilter();
 // Every class of the list, newest first, under the list's lock: the class stays while it is
 // visited.
@@ -97,6 +109,16 @@ void resetClassSequence();
 ULONG getNextClassSequence();  // 1 after a reset
 ULONG getCurrentClassSequence();
 
+// Method ids come from Java as ints; these 32 bits go to the server. Such an id is a number, never
+// to be given to the JVM.
+inline jmethodID methodIdOf(jint id) {
+  return reinterpret_cast<jmethodID>(static_cast<std::uintptr_t>(static_cast<std::uint32_t>(id)));
+}
+// The id of a class that Java announced, so that it does not count as unlinked: above all ids of
+// the JVM's, and its low half, which goes to the server, is the sequence number.
+inline jobjectID announcedClassId(ULONG sequence) {
+  return reinterpret_cast<jobjectID>(std::uintptr_t{1} << 32 | sequence);
+}
 unsigned getMethHashIndex(unsigned method_id);
 // Runs use(method) on the registered method with this id. Its bucket's lock is held meanwhile, so
 // method and class stay. False: no such method.

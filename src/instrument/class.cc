@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
+#include "base/Gate.h"
 #include "base/Trace.h"
 #include "base/Utils.h"
 #include "base/platform.h"
@@ -18,9 +21,9 @@ static_assert(sizeof(useMethodLocks) == sizeof(bool));
 
 static Published<jclass_t> class_hash;  // the sentinel; the classes follow, newest first
 static Published<VelOsLock> class_list_lock;
-static Published<VelOsLock> unLoadLock_;  // taken before class_list_lock
-static std::atomic<bool> isCleanupInProgress_{false};
-static int cleanupCounter = 0;  // under unLoadLock_
+static Published<VelOsLock> unLoadLock_;   // taken before class_list_lock
+static bool isCleanupInProgress_ = false;  // under unLoadLock_, as the next
+static int cleanupCounter = 0;
 static std::atomic<ULONG> ClassSequenceID{0};
 
 jclass_t::jclass_t(const JVMPI_Event* event)
@@ -64,11 +67,20 @@ jclass_t* jclass_t::clone() const {
   return copy.release();
 }
 
-void jclass_t::doRegister() {
+// The flag first: once in the list, another thread may find the class unloaded and free it.
+bool jclass_t::doRegister() {
   VEL_TRACE();
   for (int i = 0; i < num_methods; ++i) methods[static_cast<std::size_t>(i)].addToMethodTable();
-  addToClassTable();
   registered = true;
+  if (addToClassTable()) return true;
+  unRegisterMethods();
+  return false;
+}
+
+bool registerClass(std::unique_ptr<jclass_t> entry) {
+  if (!entry->doRegister()) return false;
+  static_cast<void>(entry.release());
+  return true;
 }
 
 void jclass_t::unRegisterMethods() {
@@ -84,13 +96,14 @@ void jclass_t::unregister() {
   removeFromClassTable();
 }
 
-void jclass_t::addToClassTable() {
+bool jclass_t::addToClassTable() {
   VEL_TRACE();
   LockIfMade locked(class_list_lock);
   jclass_t* head = class_hash;
-  if (!head) return;
+  if (!head) return false;
   next = head->next;
   head->next = this;
+  return true;
 }
 
 void jclass_t::removeFromClassTable() {
@@ -104,11 +117,17 @@ void jclass_t::removeFromClassTable() {
   }
 }
 
+// With class_list_lock held.
+static void forgetIds(jclass_t& unloaded) {
+  unloaded.class_id = nullptr;
+  for (int i = 0; i < unloaded.num_methods; ++i)
+    unloaded.methods[static_cast<std::size_t>(i)].method_id = nullptr;
+}
+
 void jclass_t::markDirty() {
   VEL_TRACE();
   LockIfMade locked(class_list_lock);
-  class_id = nullptr;
-  for (int i = 0; i < num_methods; ++i) methods[static_cast<std::size_t>(i)].method_id = nullptr;
+  forgetIds(*this);
 }
 
 void jclass_t::initialize() {
@@ -122,35 +141,52 @@ void jclass_t::destroy() {
   unLoadLock_ = nullptr;
 }
 
+// Takes the class behind a node out of the tables. With class_list_lock held.
+static std::unique_ptr<jclass_t> unlinkAfter(jclass_t& before) {
+  std::unique_ptr<jclass_t> entry(before.next);
+  before.next = std::exchange(entry->next, nullptr);
+  entry->unRegisterMethods();
+  return entry;
+}
+
 static void deleteDirtyClasses() {
   LockIfMade locked(class_list_lock);
   traceMax("cleaning up table");
   for (jclass_t* node = class_hash; node && node->next;) {
-    jclass_t* candidate = node->next;
-    if (candidate->class_id) {
-      node = candidate;
-      continue;
-    }
-    node->next = candidate->next;
-    candidate->unRegisterMethods();
-    delete candidate;
+    if (node->next->class_id)
+      node = node->next;
+    else
+      unlinkAfter(*node);
   }
   traceMax("cleaning up table done");
 }
 
+// The caller is inside the stop gate, and on most JVMs the one thread that reports unloading: the
+// pause ends with the gate's closing, and soon enough whatever the setting says.
+static void letMethodEventsFinish() {
+  constexpr int kLongestMs = 60'000, kPieceMs = 50;
+  const int pause = std::min(methodHashWaitInterval.load(), kLongestMs);
+  for (int slept = 0; slept < pause && !stopGate.isClosed(); slept += kPieceMs)
+    thread_sleep(std::min(kPieceMs, pause - slept));
+}
+
+// Unloadings that are counted while one thread cleans up are part of that clean-up.
+static bool cleanupIsDue() {
+  LockIfMade counting(unLoadLock_);
+  traceMax("cleanupCounter %d", cleanupCounter);
+  if (++cleanupCounter < CLASSULOAD_CLEANUP || isCleanupInProgress_) return false;
+  useMethodLocks = isCleanupInProgress_ = true;
+  return true;
+}
+
 void jclass_t::cleanupDirtyClasses() {
   VEL_TRACE();
-  if (CLASSULOAD_CLEANUP == -1) return;
+  if (CLASSULOAD_CLEANUP == -1 || !cleanupIsDue()) return;
+  letMethodEventsFinish();
   LockIfMade cleaning(unLoadLock_);
-  traceMax("cleanupCounter %d", cleanupCounter);
-  if (++cleanupCounter < CLASSULOAD_CLEANUP) return;
-  useMethodLocks = true;
-  isCleanupInProgress_ = true;
-  thread_sleep(methodHashWaitInterval);  // method events in flight finish meanwhile
   deleteDirtyClasses();
   cleanupCounter = 0;
-  isCleanupInProgress_ = false;
-  useMethodLocks = false;
+  useMethodLocks = isCleanupInProgress_ = false;
 }
 
 static void makeLock(Published<VelOsLock>& lock) {
@@ -200,27 +236,64 @@ void deleteClassTable() {
   }
 }
 
-// Nodes without a successor are not tested, so the oldest class is never found.
+// The node before the first class that matches, or null. Classes without a successor are not
+// tested, so the oldest is never found. With class_list_lock held.
+template <class Matches>
+static jclass_t* findBefore(Matches matches) {
+  for (jclass_t* node = class_hash; node && node->next && node->next->next; node = node->next)
+    if (matches(*node->next)) return node;
+  return nullptr;
+}
+
 template <class Matches>
 static jclass_t* findClass(Matches matches) {
   LockIfMade locked(class_list_lock);
-  for (jclass_t* node = class_hash; node && node->next; node = node->next)
-    if (matches(*node)) return node;
-  return nullptr;
+  const jclass_t* before = findBefore(matches);
+  return before ? before->next : nullptr;
+}
+
+static bool isNamed(const jclass_t& node, const char* name) {
+  return node.class_name && std::strcmp(node.class_name.get(), name) == 0;
 }
 
 jclass_t* getClassForName(const char* name) {
   VEL_TRACE();
   if (!name) return nullptr;
-  return findClass([name](const jclass_t& node) {
-    return node.class_name && std::strcmp(node.class_name.get(), name) == 0;
-  });
+  return findClass([name](const jclass_t& node) { return isNamed(node, name); });
 }
 
 jclass_t* getClassEntry(jobjectID class_id) {
   VEL_TRACE();
   if (!class_id) return nullptr;
   return findClass([class_id](const jclass_t& node) { return node.class_id == class_id; });
+}
+
+// What is dirty has been reported already.
+std::unique_ptr<jclass_t> takeUnloaded(const char* name) {
+  VEL_TRACE();
+  if (!name) return nullptr;
+  LockIfMade locked(class_list_lock);
+  jclass_t* before =
+      findBefore([name](const jclass_t& node) { return node.class_id && isNamed(node, name); });
+  if (!before) return nullptr;
+  before->next->delete_flag = 1;
+  return unlinkAfter(*before);
+}
+
+std::unique_ptr<jclass_t> takeUnloaded(jobjectID class_id) {
+  VEL_TRACE();
+  if (!class_id) return nullptr;
+  LockIfMade locked(class_list_lock);
+  jclass_t* before =
+      findBefore([class_id](const jclass_t& node) { return node.class_id == class_id; });
+  if (!before) return nullptr;
+  if (CLASSULOAD_CLEANUP == -1) {
+    before->next->delete_flag = 1;
+    return unlinkAfter(*before);
+  }
+  std::unique_ptr<jclass_t> copy(before->next->clone());
+  forgetIds(*before->next);
+  return copy;
 }
 
 void reapplyFilter() {
