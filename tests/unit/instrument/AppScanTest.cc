@@ -1,0 +1,197 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Archive.h"
+#include "Core.h"
+#include "instrument/AppScan.h"
+#include "instrument/norvikperf.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class Applications : public testing::Test {
+ protected:
+  Applications() { unsetenv("JITC_COMPILEOPT"); }
+  ~Applications() override { unsetenv("JITC_COMPILEOPT"); }
+
+  void put(const std::string& path, const std::string& bytes = "") const {
+    std::filesystem::create_directories(std::filesystem::path(home_.path(path)).parent_path());
+    home_.write(path, bytes);
+  }
+  std::vector<std::string> patternsBelow(const std::string& dir) const {
+    StringList found;
+    initStringList(&found, 10000);
+    AppScan(found).scanDir(home_.path(dir));
+    return found.strings;
+  }
+  std::vector<std::string> patternsIn(const std::string& archive) const {
+    put("apps/x.jar", archive);
+    return patternsBelow("apps");
+  }
+  // What a process has in its environment after a start with these settings.
+  std::string optionWith(const std::string& text) const {
+    settings(home_, text);
+    turnOffJitOfApps();
+    const char* option = std::getenv("JITC_COMPILEOPT");
+    return option ? option : "(none)";
+  }
+  std::string appsSetting() const { return "internal.app.ext.dir=" + home_.path("apps") + "\n"; }
+
+  const Home home_;
+};
+
+TEST_F(Applications, WhatIsFound) {
+  put("apps/shop.ear/lib/one.jar", archiveOf({"one/A.class", "two/B.class", "three/c.txt"}));
+  put("apps/shop.ear/web.war/WEB-INF/classes/com/acme/C.class");
+  put("apps/shop.ear/web.war/WEB-INF/classes/D.class");
+  put("apps/not/in/such/a/directory/E.class");
+  put("apps/classes.war/F.class");
+  put("apps/readme.txt", "no/G.class");
+  put("apps/exploded.jar/WEB-INF/classes/H.class");
+  EXPECT_THAT(patternsBelow("apps"), UnorderedElementsAre("one/*", "two/*", "com/acme/*", "D/*"));
+  EXPECT_THAT(patternsBelow("missing"), IsEmpty());
+  EXPECT_THAT(patternsBelow("apps/readme.txt"), IsEmpty());
+}
+
+TEST_F(Applications, ArchivesThatAreNone) {
+  const std::string good = archiveOf({"a/A.class", "b/B.class"});
+  EXPECT_THAT(patternsIn(good), ElementsAre("a/*", "b/*"));
+  const std::string entry = archiveEntry("a/A.class");
+  const std::string cases[] = {
+      "",
+      "PK\x05\x06",
+      good + "comment",
+      entry + archiveEnd(0xFFFF, 0xFFFFFFFF, 0xFFFFFFFF),
+      entry + archiveEnd(1, entry.size(), 0xFFFFFFFF),
+      entry + archiveEnd(1, entry.size() + 1, 0),
+      entry + archiveEnd(1, entry.size(), 1),
+      archiveEnd(1, 0, 0),
+      archiveEnd(0, 0, 0),
+  };
+  for (const std::string& bytes : cases) EXPECT_THAT(patternsIn(bytes), IsEmpty());
+  EXPECT_THAT(patternsIn(entry + archiveEnd(0xFFFF, entry.size(), 0)), ElementsAre("a/*"))
+      << "a count that lies";
+  for (std::size_t length = 0; length < good.size(); ++length)
+    EXPECT_THAT(patternsIn(good.substr(0, length)), IsEmpty()) << length;
+}
+
+TEST_F(Applications, ThingsWithAnArchivesName) {
+  put("apps/z.jar", archiveOf({"z/Z.class"}));
+  ASSERT_EQ(mkfifo(home_.path("apps/a.jar").c_str(), 0600), 0);
+  ASSERT_EQ(mkfifo(home_.path("apps/fifo").c_str(), 0600), 0);
+  std::filesystem::create_directory(home_.path("apps/b.jar"));
+  std::filesystem::create_symlink("nowhere", home_.path("apps/c.jar"));
+  std::filesystem::create_symlink("/dev/zero", home_.path("apps/d.jar"));
+  std::filesystem::create_symlink("z.jar", home_.path("apps/e.jar"));
+  EXPECT_THAT(patternsBelow("apps"), ElementsAre("z/*"));
+}
+
+// Without an end to it this would walk until the names are too long, or for ever.
+TEST_F(Applications, LinksThatLeadBack) {
+  for (const char* dir : {"apps/a", "apps/b", "apps/c"}) {
+    put(std::string(dir) + "/WEB-INF/classes/p/q/X.class");
+    for (const char* to : {"a", "b", "c"})
+      std::filesystem::create_directory_symlink(home_.path("apps"),
+                                                home_.path(std::string(dir) + "/to-" + to));
+  }
+  std::filesystem::create_directory_symlink("..", home_.path("apps/a/WEB-INF/classes/up"));
+  put("apps/outer/deep/Y.class");
+  std::filesystem::create_directory_symlink("outer", home_.path("apps/classes"));
+  const auto found = patternsBelow("apps");
+  EXPECT_THAT(found, testing::IsSupersetOf({"p/*", "deep/*"}))
+      << "each road into a directory gives its own patterns";
+}
+
+TEST_F(Applications, ProgressIsTold) {
+  std::vector<std::string> names;
+  for (int i = 0; i < 20'000; ++i) names.push_back("p" + std::to_string(i / 100) + "/C.class");
+  put("apps/big.jar", archiveOf(names));
+  settings(home_, appsSetting());
+  Recorder log;
+  turnOffJitOfApps();
+  const auto messages = log.messages();
+  ASSERT_EQ(messages.size(), 3u);
+  EXPECT_EQ(messages[0], "1212 10000 1");
+  EXPECT_EQ(messages[1], "1212 20000 1");
+  EXPECT_THAT(messages[2], testing::StartsWith("1213 " + home_.path("apps") + " 20000 1 200 "));
+}
+
+TEST_F(Applications, TheOption) {
+  put("apps/x.jar", archiveOf({"a/A.class", "b/B.class", "c/C.class", "java/D.class"}));
+  EXPECT_EQ(optionWith(appsSetting()), "SKIP{a/*}{*}{b/*}{*}") << "the last one is lacking";
+  EXPECT_EQ(optionWith(appsSetting()), "SKIP{a/*}{*}{b/*}{*}:SKIP{a/*}{*}{b/*}{*}");
+  EXPECT_EQ(optionWith("internal.user.traceclasses.only=yes\n"),
+            "SKIP{a/*}{*}{b/*}{*}:SKIP{a/*}{*}{b/*}{*}:SKIP{tmp/xyz}{*}");
+}
+
+TEST_F(Applications, NothingToSkip) {
+  put("apps/x.jar", archiveOf({"java/A.class", "com/velora/B.class"}));
+  EXPECT_EQ(optionWith(appsSetting()), "(none)");
+  EXPECT_EQ(optionWith(appsSetting() + "internal.trace.list.size=-1\n"), "(none)");
+  setenv("JITC_COMPILEOPT", "X", 1);
+  EXPECT_EQ(optionWith(appsSetting() + "internal.trace.list.size=-1\n"), "X");
+  EXPECT_EQ(optionWith(appsSetting()), "X:SKIP");
+}
+
+TEST_F(Applications, WhichDirectory) {
+  put("apps/x.jar", archiveOf({"a/A.class"}));
+  put("apps/cell/x.jar", archiveOf({"b/B.class"}));
+  put("installedApps/cell/x.jar", archiveOf({"c/C.class"}));
+  const Environment cell("AVS_CELL", "cell");
+  EXPECT_EQ(optionWith(appsSetting()), "SKIP{b/*}{*}");
+  unsetenv("JITC_COMPILEOPT");
+  const Environment avsHome("AVS_HOME", home_.root().c_str());
+  EXPECT_EQ(optionWith(""), "SKIP{c/*}{*}");
+}
+
+TEST_F(Applications, BootstrapFile) {
+  put("apps/x.jar", archiveOf({"a/A.class", "b/B.class", "c/C.class", "d/D.class"}));
+  put("bootstrap", "classes_to_trace=e/*; f/*\nclasses_not_to_trace=b/*:f/*\n");
+  const std::string file = "internal.bootstrap.file=" + home_.path("bootstrap") + "\n";
+  EXPECT_EQ(optionWith(appsSetting() + file), "SKIP{a/*}{*}{c/*}{*}{e/*}{*}");
+  unsetenv("JITC_COMPILEOPT");
+  EXPECT_EQ(optionWith(appsSetting() + "internal.bootstrap.file=/nowhere\n"),
+            "SKIP{a/*}{*}{b/*}{*}{c/*}{*}");
+  std::string kept = "as it was";
+  EXPECT_EQ(getProperty(nullptr, "x", kept), 0);
+  EXPECT_EQ(getProperty(home_.root().c_str(), "x", kept), 0);
+  EXPECT_EQ(getProperty(home_.path("bootstrap").c_str(), "x", kept), 1);
+  EXPECT_EQ(kept, "as it was");
+}
+
+TEST_F(Applications, HowManyPatterns) {
+  const std::pair<const char*, int> cases[] = {
+      {"", 10000},   {"7", 7},      {"0", 0},       {"-3", -3},
+      {"7x", 10000}, {"+7", 10000}, {"7 8", 10000}, {"99999999999", 10000},
+  };
+  for (const auto& [text, size] : cases) {
+    settings(home_, std::string("internal.trace.list.size=") + text + "\n");
+    setTraceListSize();
+    EXPECT_EQ(traceListSize, size) << text;
+  }
+}
+
+// A longer variable would keep the server from starting any program.
+TEST_F(Applications, TheOptionCanBePassedOn) {
+  std::vector<std::string> names;
+  for (int i = 10'000; i < 20'000; ++i) names.push_back("package" + std::to_string(i) + "/C.class");
+  put("apps/big.jar", archiveOf(names));
+  Recorder log;
+  const std::string option = optionWith(appsSetting());
+  EXPECT_TRUE(option.ends_with("/*}{*}"));
+  EXPECT_TRUE(log.said("1214 189985 131055"));
+  EXPECT_GT(option.size(), 131'000u);
+  pid_t child = 0;
+  char program[] = "/bin/true";
+  char* arguments[] = {program, nullptr};
+  ASSERT_EQ(posix_spawn(&child, program, nullptr, nullptr, arguments, environ), 0);
+  waitpid(child, nullptr, 0);
+}
