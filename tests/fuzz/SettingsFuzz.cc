@@ -1,0 +1,41 @@
+// The settings file, as a file: lines come out as a plain split would cut them.
+#include <sys/mman.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "core/SettingsFile.h"
+
+static void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+static std::vector<std::string> plainLines(std::string text) {
+  std::vector<std::string> lines;
+  for (std::size_t end; !text.empty(); text.erase(0, end + 1)) {
+    end = std::min(text.find('\n'), text.size() - 1);
+    const auto line = text.substr(0, text[end] == '\n' ? end : end + 1).substr(0, 13000);
+    if (!line.empty()) lines.emplace_back(line.c_str());
+  }
+  return lines;
+}
+
+// The first two bytes say how often the rest comes, so that lines also lie across two reads.
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  if (size < 2) return 0;
+  const std::size_t times = (data[0] | data[1] << 8) % (1 + (200u << 10) / size);
+  std::string text;
+  for (std::size_t i = 0; i <= times; ++i)
+    text.append(reinterpret_cast<const char*>(data) + 2, size - 2);
+  const UniqueFd file(memfd_create("settings", MFD_CLOEXEC));
+  require(file && write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()));
+  require(lseek(file.get(), 0, SEEK_SET) == 0);
+  std::vector<std::string> lines;
+  require(readSettingLines(file.get(), [&](char* line) {
+    lines.emplace_back(line);
+    *line = '\0';  // it is the reader's to write into
+  }));
+  require(lines == plainLines(text));
+  return 0;
+}
