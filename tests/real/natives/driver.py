@@ -21,12 +21,16 @@ def plan(natives, scenarios, rounds):
     """Lines for the driver, and the records that one thread's run of them must leave."""
     lines, expected = [], collections.Counter()
     for values in rounds:
-        for native in (n for scenario in scenarios for n in scenario):
-            method = native.name.rsplit(".", 1)[1]
-            args = [native.given.get(i, values.value(method, kind, i))
-                    for i, kind in enumerate(natives[native.name])]
-            lines.append("\t".join([native.name, *map(written, args)]))
-            expected.update(key(*made) for make in native.records if (made := make(args)))
+        for scenario in scenarios:
+            label = scenario[0].name.rsplit(".", 1)[1]
+            calls = []
+            for native in scenario:
+                args = [native.given.get(i, values.value(label, kind, i))
+                        for i, kind in enumerate(natives[native.name])]
+                lines.append("\t".join([native.name, *map(written, args)]))
+                calls.append(args)
+                expected.update(key(r.kind, fields) for r in native.records
+                                if (fields := r.fields(calls)) is not None)
     return lines, expected
 
 

@@ -20,7 +20,7 @@ class Round:
         self.array = array or (lambda kind, index: ordinary_array(kind, 3))
         self.objects, self.null = objects, null
 
-    def value(self, method, kind, index):
+    def value(self, label, kind, index):
         if kind in LIMITS or kind == "double":
             return self.number(kind, index)
         if kind == "boolean":
@@ -28,7 +28,7 @@ class Round:
         if self.null:
             return None
         if kind == "java.lang.String":
-            return f"{method} {index}" if self.text is None else self.text
+            return f"{label} {index}" if self.text is None else self.text
         if kind.endswith("[]"):
             return self.array(kind[:-2], index)
         return Raw("@java.lang.String" if kind == "java.lang.Class" else "@")
@@ -52,8 +52,8 @@ def highest(kind, _):
     return (1 << LIMITS.get(kind, 8) - 1) - 1
 
 
-def long_array(kind, _):
-    return RepeatedList("element" if kind == "java.lang.String" else 1, 1_000)
+def long_array(length):
+    return lambda kind, _: RepeatedList("element" if kind == "java.lang.String" else 1, length)
 
 
 ORDINARY = Round()
@@ -61,13 +61,14 @@ ROUNDS = {
     "ordinary": ORDINARY,
     "null": Round(null=True, number=lambda *_: 0, flag=False),
     "empty": Round(text="", array=lambda *_: []),
-    "big": Round(text=BIG, array=long_array),
+    "big": Round(text=BIG, array=long_array(1_000)),
     "brim": Round(text=BRIM),
     "odd": Round(text=ODD, array=lambda kind, _: special_array(kind, ODD, -1)),
     "lowest": Round(number=lowest, flag=False,
                     array=lambda kind, _: special_array(kind, "", lowest(kind, 0))),
     "highest": Round(number=highest,
                      array=lambda kind, _: special_array(kind, "", highest(kind, 0))),
-    "falling": Round(array=lambda kind, index: ordinary_array(kind, max(0, 4 - index))),
+    "beyond sixteen bits": Round(number=highest, array=long_array(70_000)),
+    "falling": Round(array=lambda kind, index: ordinary_array(kind, max(0, 8 - index))),
     "rising": Round(array=lambda kind, index: ordinary_array(kind, index + 1)),
 }

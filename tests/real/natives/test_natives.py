@@ -6,17 +6,22 @@ import collections
 import itertools
 import json
 import os
+import pathlib
+import re
 import unittest
 
 from driver import UNASKED, Driver, key, plan
-from rounds import ROUNDS
-from table import ELSEWHERE, SAMPLERS, SCENARIOS
+from rounds import BIG, ODD, ROUNDS
+from table import ANNOUNCED, ELSEWHERE, SAMPLERS, SCENARIOS
 
 JARS = os.environ["VELORA_TEST_JARS"].split(":")
+CATALOGUE = pathlib.Path(__file__).parents[3] / "docs" / "NATIVES.md"
+EVERY = SCENARIOS + ANNOUNCED + SAMPLERS
 MANY = 50
 CONTROLLER = "com.velora.probe.ProbeController."
 BEFORE = [[CONTROLLER + "initializeJVMPI"], ["com.velora.probe.ProbeSystem.initializeProbe"],
           ["com.velora.probe.ProbeUtils.customServiceStart"], [CONTROLLER + "startNativeProbe"],
+          *[[CONTROLLER + "setupGps", mask] for mask in (None, "", "2", BIG, ODD, "1" * 33, "0101")],
           *[[CONTROLLER + "setModLevel", level] for level in (1, 3, 0, -1, 1 << 30, 2)],
           [CONTROLLER + "restartOnToFromL1"],
           *[[CONTROLLER + "flushNativeProbe", millis] for millis in (0, -1, (1 << 31) - 1)]]
@@ -24,7 +29,25 @@ ENDINGS = [CONTROLLER + "stopNativeProbe", "com.velora.probe.ProbeUtils.customSe
 
 
 def tabled():
-    return {native.name for scenario in SCENARIOS + SAMPLERS for native in scenario}
+    return {native.name for scenario in EVERY for native in scenario}
+
+
+def catalogue():
+    """The kinds of records of each native, as the documentation lists them."""
+    kinds, owner = {}, None
+    for line in CATALOGUE.read_text(encoding="utf-8").splitlines():
+        if line.startswith("### "):
+            owner = line[4:]
+        elif owner and (row := re.match(r"\| `[^`(]*?(\w+)\(.*\)` \|.*\| (.*) \|$", line)):
+            kinds[f"{owner}.{row[1]}"] = set(re.findall(r"([A-Z][A-Z0-9_]*) \d+", row[2]))
+    return kinds
+
+
+def tabled_kinds():
+    kinds = {name: set() for name in tabled() | ELSEWHERE.keys()}
+    for native in (n for scenario in EVERY for n in scenario):
+        kinds[native.name] |= {r.kind for r in native.records}
+    return kinds
 
 
 def fields_of(expected):
@@ -83,6 +106,8 @@ class Natives(unittest.TestCase):
             got = came(records[len(first):], fields_of(expected))
             self.assertEqual((some(expected - got), some(got - expected)), ([], []))
             self.assertNested(records)
+            tokens = [r["token"] for r in records if r["record"] == "GPS_REQUEST_INVOKE_START"]
+            self.assertEqual(len(tokens), len(set(tokens)), "tokens repeat")
             lost = {n for n, v in figures.items() if n.startswith("lost") and v != before[n]}
             self.assertEqual(lost, set(), figures)
             self.assertUnharmed(driver)
@@ -94,8 +119,12 @@ class Natives(unittest.TestCase):
             self.assertEqual(set(driver.natives) - known, set(), "unknown natives")
             self.assertEqual(known - set(driver.natives), set(), "natives that are no more")
 
+    def test_catalogue(self):
+        """The documentation names the records that we expect, of the natives that there are."""
+        self.assertEqual(catalogue(), tabled_kinds())
+
     def test_all_values(self):
-        self.check(ROUNDS.values())
+        self.check(ROUNDS.values(), scenarios=SCENARIOS + ANNOUNCED)
 
     def test_many_threads(self):
         self.check([ROUNDS["ordinary"], ROUNDS["odd"]], MANY)
