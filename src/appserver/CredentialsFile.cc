@@ -8,6 +8,7 @@
 
 #include "appserver/PrivateFile.h"
 #include "appserver/VelEncryptor.h"
+#include "base/Gate.h"
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "core/PropertyMgr.h"
@@ -17,6 +18,7 @@
 
 using namespace std::string_view_literals;
 
+// For an error return, which leaves no exit line.
 static int failed(TraceScope& trace) {
   trace.leaveSilently();
   return -1;
@@ -148,26 +150,33 @@ static void say(std::initializer_list<std::string_view> parts) {
   if (writev(STDOUT_FILENO, pieces.data(), count) < 0) traceMin("Standard output is closed");
 }
 
+// Masked too while the settings are going away and nobody can tell.
+static bool masksPasswords() {
+  const Gate::Scope inside(managersGate);
+  return !inside || PropertyMgr::getInstance()->isProperty("internal.mask.passwords", "YES");
+}
+
 static void sayPassword(std::string_view kind, std::string_view password) {
-  const bool masked = PropertyMgr::getInstance()->isProperty("internal.mask.passwords", "YES");
-  say({kind, masked ? "********"sv : password, " \n"});
+  say({kind, masksPasswords() ? "********"sv : password, " \n"});
+}
+
+static bool canBeKept(const char* uid, const char* password, const char* filename) {
+  if (!uid || !password || !filename)
+    logError({1029, "UID or PASSWORD or filename is NULL"});
+  else if (std::strlen(password) > VelEncryptor::MAX_LEN)
+    logError({1036, "Password is too long. It should be less than %d chars"},
+             VelEncryptor::MAX_LEN);
+  else if (std::strlen(uid) >= VelEncryptor::kUserRoom)
+    logError({1023, "Invalid userid or password"});  // nobody could read it back
+  else
+    return true;
+  return false;
 }
 
 int VelEncryptor::generatePasswordFile(const char* uid, const char* inputPswd,
                                        const char* filename) {
   VEL_ENCRYPTOR_TRACE();
-  if (!uid || !inputPswd || !filename) {
-    logError({1029, "UID or PASSWORD or filename is NULL"});
-    return failed(velTrace_);
-  }
-  if (std::strlen(inputPswd) > MAX_LEN) {
-    logError({1036, "Password is too long. It should be less than %d chars"}, MAX_LEN);
-    return failed(velTrace_);
-  }
-  if (std::strlen(uid) >= kUserRoom) {  // nobody could read it back
-    logError({1023, "Invalid userid or password"});
-    return failed(velTrace_);
-  }
+  if (!canBeKept(uid, inputPswd, filename)) return failed(velTrace_);
   const SecretBytes scrambled = encode(inputPswd);
   const SecretText clear = decode(scrambled.get(), accessWord_.get());
   if (!scrambled || !clear) return failed(velTrace_);

@@ -31,11 +31,7 @@ VEL_ANSWER(jstring, nullptr, Java_com_velora_probe_ProbeUtils_getPassword,
            (jstring permit, jstring fname),
            stored(env, permit, fname, &VelEncryptor::Credentials::password))
 
-VEL_NATIVE(void, Java_com_velora_probe_ProbeUtils_genPasswordFile)
-(JNIEnv* env, jclass, jstring uid, jstring pswd, jstring filename) {
-  VEL_TRACE();
-  shielded([=] {
-    VelEncryptor().generatePasswordFile(argument(env, uid).get(), argument(env, pswd).get(),
-                                        argument(env, filename).get());
-  });
-}
+VEL_COMMAND(Java_com_velora_probe_ProbeUtils_genPasswordFile,
+            (jstring uid, jstring pswd, jstring filename),
+            VelEncryptor().generatePasswordFile(argument(env, uid).get(), argument(env, pswd).get(),
+                                                argument(env, filename).get()))

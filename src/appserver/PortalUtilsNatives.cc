@@ -147,11 +147,10 @@ VEL_NATIVE(void, Java_com_velora_avportal_PortalUtils_processPortalPageName)
   insideGate([=] { keepPageName(env, pageName); });
 }
 
-VEL_NATIVE(void, Java_com_velora_avportal_PortalUtils_pushMonitoredMethodToNative)
-(JNIEnv* env, jclass, jbyte methodId, jstring methodName) {
-  VEL_TRACE();
-  shielded([=] {
-    const OwnedText name = methodName ? Utils::java2c_string(env, methodName) : nullptr;
-    PortalMethodMgr::getInstance()->putMethod(methodId, name.get());
-  });
+static void keepMethod(JNIEnv* env, jbyte methodId, jstring methodName) {
+  const OwnedText name = methodName ? Utils::java2c_string(env, methodName) : nullptr;
+  PortalMethodMgr::getInstance()->putMethod(methodId, name.get());
 }
+
+VEL_COMMAND(Java_com_velora_avportal_PortalUtils_pushMonitoredMethodToNative,
+            (jbyte methodId, jstring methodName), keepMethod(env, methodId, methodName))

@@ -122,13 +122,17 @@ struct FakeJni {
     ready(env, "GetObjectClass");
     return local<jclass>(env, object(of, "GetObjectClass")->type->mirror());
   }
-  static jboolean JNICALL IsInstanceOf(JNIEnv* env, jobject of, jclass cls) {
-    ready(env, "IsInstanceOf");
-    if (!of) return JNI_TRUE;
-    const FakeClass& wanted = classOf(cls, "IsInstanceOf");
-    const FakeClass* type = object(of, "IsInstanceOf")->type;
+  static bool derives(const FakeClass* type, const FakeClass& wanted) {
     while (type && type != &wanted) type = type->superclass();
     return type != nullptr;
+  }
+  static jboolean JNICALL IsInstanceOf(JNIEnv* env, jobject of, jclass cls) {
+    ready(env, "IsInstanceOf");
+    return !of || derives(object(of, "IsInstanceOf")->type, classOf(cls, "IsInstanceOf"));
+  }
+  static jboolean JNICALL IsAssignableFrom(JNIEnv* env, jclass sub, jclass super) {
+    ready(env, "IsAssignableFrom");
+    return derives(&classOf(sub, "IsAssignableFrom"), classOf(super, "IsAssignableFrom"));
   }
   static jint JNICALL Throw(JNIEnv* env, jthrowable thrown) {
     thread(env).pending_ = object(thrown, "Throw");
@@ -443,6 +447,7 @@ static JNINativeInterface_ makeTable() {
   PROVIDED(GetSuperclass);
   PROVIDED(GetObjectClass);
   PROVIDED(IsInstanceOf);
+  PROVIDED(IsAssignableFrom);
   PROVIDED(Throw);
   PROVIDED(ThrowNew);
   PROVIDED(ExceptionOccurred);
