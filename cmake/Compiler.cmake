@@ -1,8 +1,10 @@
 # Warnings, hardening, sanitizers and ccache, for every target.
 find_program(CCACHE ccache)
 if(CCACHE)
-  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  # Without this it compiles anew whatever includes precompiled headers.
+  set(launcher env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 set(VELORA_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
