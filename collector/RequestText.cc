@@ -23,11 +23,23 @@ static constexpr struct {
     {"JMS_SEND", "JMS send"},
     {"JMS_PUBLISH", "JMS publish"},
     {"MQ", "MQ"},
+    {"GPS_PUT", "put token"},
+    {"GPS_GET", "get token"},
+    {"GPS_REQUEST_INVOKE", "call to a process"},
+    {"GPS_REQUEST_RECEIVE", "call from a process"},
     {"IIOP_CLIENT", "IIOP client"},
     {"IIOP_SERVER", "IIOP server"},
     {"PORTAL_PAGE", "portal page"},
     {"PORTAL_PORTLET", "portlet"},
     {"PORTAL_GATEWAY_SERVLET", "portal gateway"},
+    {"PORTAL_AUTHENTICATION", "portal authentication"},
+    {"PORTAL_AUTHORIZATION", "portal authorization"},
+    {"PORTAL_MODEL_BUILDING", "portal model building"},
+    {"PORTAL_PAGE_LOADING", "portal page loading"},
+    {"PORTAL_PAGE_RENDERING", "portal page rendering"},
+    {"PORTAL_ACTION", "portal action"},
+    {"DOVERBFOR_REQUEST", "verb"},
+    {"POLLFOREVENTS_REQUEST", "poll"},
     {"HEAP_ALLOCATION", "allocation"},
     {"LOCK_ACQUIRE", "lock acquire"},
     {"LOCK_CONTEND", "lock contend"},
@@ -41,12 +53,18 @@ std::string_view spokenKind(std::string_view kind) {
   return kind;
 }
 
-// Texts come from anywhere: no control character reaches the terminal.
-static std::string printable(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+// Texts come from anywhere: no control character reaches the terminal, which may take those from
+// U+0080 to U+009F (C2 80 to C2 9F) for the start of a command too.
+static std::string printable(std::string_view text) {
+  std::string shown;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
+    const bool twoBytes = c == 0xC2 && next < 0xA0;
+    shown += c < 0x20 || c == 0x7F || twoBytes ? ' ' : text[i];
+    i += twoBytes;
   }
-  return text;
+  return shown;
 }
 
 static std::string millisText(const std::optional<double>& millis) {
@@ -96,12 +114,13 @@ void RequestTable::add(const Call& request) {
   row.totalCpu += request.cpuMillis.value_or(0);
 }
 
-static void addCut(std::string& text, std::string line, std::size_t width) {
+// A byte is never wider than a column, so the line fits whatever characters it has.
+std::string cutLine(std::string line, std::size_t width) {
   if (line.size() > width) {
     while (width > 0 && (static_cast<unsigned char>(line[width]) & 0xC0) == 0x80) --width;
     line.resize(width);
   }
-  text += line + '\n';
+  return line + '\n';
 }
 
 std::string RequestTable::text(std::size_t rows, std::size_t width) const {
@@ -110,8 +129,7 @@ std::string RequestTable::text(std::size_t rows, std::size_t width) const {
   std::ranges::stable_sort(order,
                            [](auto* a, auto* b) { return a->second.count > b->second.count; });
   if (order.size() > rows) order.resize(rows);
-  std::string text;
-  addCut(text, "   count  errors   avg ms    max ms   cpu ms   SQL  request", width);
+  std::string text = cutLine("   count  errors   avg ms    max ms   cpu ms   SQL  request", width);
   for (const auto* entry : order) {
     const Row& row = entry->second;
     const double finished =
@@ -122,7 +140,7 @@ std::string RequestTable::text(std::size_t rows, std::size_t width) const {
                   static_cast<unsigned long long>(row.errors), row.totalMillis / finished,
                   row.maxMillis, row.totalCpu / finished,
                   static_cast<double>(row.sql) / static_cast<double>(row.count));
-    addCut(text, figures + entry->first, width);
+    text += cutLine(figures + entry->first, width);
   }
   return text;
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "RequestTracker.h"
 
@@ -11,6 +12,9 @@ namespace collector {
 
 // "servlet", "SQL", "JMS send": the kind of a call as people say it.
 std::string_view spokenKind(std::string_view kind);
+
+// The line with its end, cut on a character to so many columns.
+std::string cutLine(std::string line, std::size_t width);
 
 // One line for the request's place and time, then one for each call, indented by nesting.
 std::string treeOf(ConnectionId connection, const Call& request);

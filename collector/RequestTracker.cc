@@ -29,7 +29,8 @@ static std::string labelOf(const Record& record) {
   std::string label = textOf(record, "url");
   if (label.empty()) label = textOf(record, "request_name");
   if (record.find("sql")) {
-    return cut(textOf(record, "sql")) + " [" + cut(textOf(record, "data_source_name")) + "]";
+    const std::string source = cut(textOf(record, "data_source_name"));
+    return cut(textOf(record, "sql")) + (source.empty() ? "" : " [" + source + "]");
   }
   if (!label.empty()) return cut(std::move(label));
   for (const Value& value : record.values) {

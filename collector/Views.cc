@@ -8,7 +8,17 @@
 
 namespace collector {
 
-static constexpr char kHomeAndClear[] = "\x1b[H\x1b[2J";
+// Drawn over the old table, so that nothing flickers: each line clears what is left of the old one,
+// the last one what is left of the screen.
+static std::string drawnOver(std::string_view lines) {
+  std::string drawn = "\x1b[H";
+  for (; !lines.empty(); drawn += lines.empty() ? "\x1b[J\n" : "\x1b[K\n") {
+    const std::string_view line = lines.substr(0, lines.find('\n'));
+    drawn += line;
+    lines.remove_prefix(line.size() + 1);
+  }
+  return drawn;
+}
 
 void LiveTable::onClosed(ConnectionId connection) {
   --connected_;
@@ -28,13 +38,15 @@ void LiveTable::draw() {
   if (winsize size{};
       terminal_ && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0) {
     rows = static_cast<std::size_t>(std::max(1, size.ws_row - 4));
-    width = size.ws_col;
+    // Clearing the rest of a full line would take its last character.
+    if (size.ws_col > 1) width = size.ws_col - 1U;
   }
   char line[160];
   std::snprintf(line, sizeof line,
-                "%zu connected, %" PRIu64 " records, %" PRIu64 " malformed, %zu requests open\n\n",
+                "%zu connected, %" PRIu64 " records, %" PRIu64 " malformed, %zu requests open",
                 connected_, summary_.eventRecords(), summary_.malformed(), tracker_.openRequests());
-  output_.write((terminal_ ? kHomeAndClear : "") + std::string(line) + table_.text(rows, width));
+  const std::string text = cutLine(line, width) + '\n' + table_.text(rows, width);
+  output_.write(terminal_ ? drawnOver(text) : text);
   output_.flush();
 }
 

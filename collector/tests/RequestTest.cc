@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "Intake.h"
 #include "RequestText.h"
 #include "RequestTracker.h"
 #include "Support.h"
+#include "Views.h"
 
 namespace collector {
 
@@ -92,7 +94,9 @@ TEST(Requests, SurviveLostRecords) {
 TEST(Requests, ShowNoControlCharacters) {
   Script script;
   script.add("25", 1, "0004 1B5B324A 02").add("26", 1, "02");
-  EXPECT_EQ(script.requests(), Trees{"       1.000 ms  cpu       0.100 ms  JCA  [2J\n"});
+  script.add("25", 1, "0006 C29B324AC2A0 02").add("26", 1, "02");  // a one-character "ESC ["
+  EXPECT_EQ(script.requests(), (Trees{"       1.000 ms  cpu       0.100 ms  JCA  [2J\n",
+                                      "       1.000 ms  cpu       0.100 ms  JCA  2J\xC2\xA0\n"}));
 }
 
 TEST(Requests, AreBounded) {
@@ -131,6 +135,19 @@ TEST(RequestTable, AddsUp) {
   EXPECT_NE(table.text(1, 80).find("1002       0      0.0       0.0      0.0   1.0  (others)"),
             std::string::npos)
       << table.text(1, 80);
+}
+
+// On a terminal no line is left of the table that was there before, and the screen is never blank.
+TEST(LiveTable, DrawsOverItself) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("screen");
+  Output output(UniqueFd(open(path.c_str(), O_WRONLY | O_CREAT, 0600)), path, -1);
+  const Summary summary;
+  LiveTable table(output, summary, true);
+  table.onEnd();
+  EXPECT_EQ(contentOf(path),
+            "\x1b[H0 connected, 0 records, 0 malformed, 0 requests open\x1b[K\n\x1b[K\n"
+            "   count  errors   avg ms    max ms   cpu ms   SQL  request\x1b[J\n");
 }
 
 }  // namespace collector
