@@ -95,6 +95,13 @@ class FakeJvm {
   FakeObject* newString(std::string_view modifiedUtf8);
   FakeObject* newObjectArray(std::vector<FakeObject*> elements);
   FakeObject* newBytes(std::string_view bytes);
+  template <class T>
+  FakeObject* newArray(const std::vector<T>& elements) {
+    FakeObject* array =
+        newBytes({reinterpret_cast<const char*>(elements.data()), elements.size() * sizeof(T)});
+    array->elementSize = sizeof(T);
+    return array;
+  }
   FakeObject* newObject();  // of java/lang/Object
   jobject ref(FakeObject* object);
   jclass ref(FakeClass& cls) { return static_cast<jclass>(ref(cls.mirror())); }
