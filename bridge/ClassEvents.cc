@@ -3,6 +3,7 @@
 #include "ClassRecord.h"
 #include "Events.h"
 #include "ObjectIds.h"
+#include "RewrittenClass.h"
 
 namespace bridge {
 
@@ -25,8 +26,10 @@ void JNICALL onClassFileLoadHook(jvmtiEnv*, JNIEnv* env, jclass, jobject, const 
   if (!deliver(event)) return;
   const auto& answer = event.u.class_load_hook;
   if (!answer.new_class_data || answer.new_class_data == original) return;
+  if (answer.new_class_data_len < 0) return;
   *newBytes = answer.new_class_data;
-  *newLength = answer.new_class_data_len;
+  *newLength = static_cast<jint>(dropNamelessExceptions(
+      answer.new_class_data, static_cast<std::size_t>(answer.new_class_data_len)));
 }
 
 static bool deliverLoad(JNIEnv* env, jclass klass, jint type) {

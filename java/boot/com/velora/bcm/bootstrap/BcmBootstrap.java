@@ -1,18 +1,41 @@
 package com.velora.bcm.bootstrap;
 
-/** Where the class-load hook offers classes for instrumentation. */
+/** Where the class-load hook and rewritten class loaders offer classes for instrumentation. */
 public final class BcmBootstrap {
+  private static volatile ClassInstrumenter instrumenter;
+
   private BcmBootstrap() {}
 
-  /** Nothing is instrumented on the Java side yet: every class keeps its bytes. */
-  public static byte[] instrumentClassFromJVMPI(byte[] bytes, String className) {
-    return bytes;
+  /** Who changes classes from now on; null is nobody. */
+  public static void setInstrumenter(ClassInstrumenter newInstrumenter) {
+    instrumenter = newInstrumenter;
   }
 
-  /** The same for classes that a rewritten class loader defines; null keeps the bytes. */
+  /** Called by the native side for a class that is about to be defined; returns its bytes. */
+  public static byte[] instrumentClassFromJVMPI(byte[] bytes, String className) {
+    byte[] changed = changed(null, className, bytes, 0, bytes.length);
+    return changed == null ? bytes : changed;
+  }
+
+  /** Called by rewritten class loaders with what they define; null keeps the bytes. */
   public static byte[] instrumentClassStatic(
       ClassLoader loader, String className, byte[] bytes, int offset, int length) {
-    return null;
+    return changed(loader, className, bytes, offset, length);
+  }
+
+  // A class that cannot be instrumented is loaded all the same.
+  private static byte[] changed(
+      ClassLoader loader, String className, byte[] bytes, int offset, int length) {
+    ClassInstrumenter current = instrumenter;
+    if (current == null) {
+      return null;
+    }
+    try {
+      return current.instrument(loader, className, bytes, offset, length);
+    } catch (Exception | LinkageError e) {
+      e.printStackTrace();
+      return null;
+    }
   }
 
   /** Registered by the native side once the JVM is up, not found by its name. */

@@ -1,0 +1,4 @@
+package weblogic;
+
+/** Its load says that the server starts. */
+public class Server {}

@@ -1,0 +1,137 @@
+"""The class-load hook from end to end: what a real JVM loads, verifies and runs of what the agent
+makes of classes of Java 1.4."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+DIST = pathlib.Path(os.environ["VELORA_DIST"])
+CLASSES = pathlib.Path(os.environ["VELORA_TEST_CLASSES"])
+JDK = pathlib.Path(os.environ["VELORA_JDK"])
+H2 = os.environ["VELORA_H2"]
+
+PREFIX = "com.norvik.corvane.jiti.jvmpi."
+DEFINE = "defineClass:(Ljava/lang/String;[BII)Ljava/lang/Class;:0:1:2:3:4"
+PROXY = ("p.ProxyMaker:p.ProxyMaker:defineClass0:"
+         "(Ljava/lang/ClassLoader;Ljava/lang/String;[BII)Ljava/lang/Class;:0:1:2:3:4")
+STRICT = ["-Xverify:all", "-Xcheck:jni"]
+OFF = "Disabling event ClassFileLoadHook"
+
+
+class Hook(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory(prefix="velora-hook-")
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
+        for part in ("etc", "msg"):
+            shutil.copytree(DIST / part, self.scratch / part)
+        (self.scratch / "logs").mkdir()
+
+    def configure(self, loader):
+        """A configuration file that names a loader and the proxy, with dumps to the scratch
+        directory; its path."""
+        path = self.scratch / "instrument.properties"
+        path.write_text(f"{PREFIX}instrumentDefineClass=true\n"
+                        f"{PREFIX}classLoader={loader}:java.lang.ClassLoader:{DEFINE}\n"
+                        f"{PREFIX}proxy={PROXY}\n"
+                        f"{PREFIX}dumpClasses=true\n{PREFIX}dumpPath={self.scratch}\n")
+        return path
+
+    def java(self, *program, flags=(), configuration=None, agent=True):
+        command = ["timeout", "-s", "KILL", "120", JDK / "bin" / "java", "-Xmx256m",
+                   f"-Dproducts={CLASSES / 'products'}", "-Dvelora.publish.address=127.0.0.1:7900",
+                   f"-Xbootclasspath/a:{DIST / 'lib' / 'velora-boot.jar'}", *flags]
+        if agent:
+            command += [f"-Dam.home={self.scratch}",
+                        f"-agentpath:{DIST / 'lib' / 'libvelora.so'}"]
+        command += ["-cp", f"{CLASSES / 'run'}:{CLASSES / 'old'}", *program]
+        environment = dict(os.environ)
+        environment.pop("ZETRELJITI_PROPS", None)
+        if configuration:
+            environment["ZETRELJITI_PROPS"] = str(configuration)
+        done = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        for fault in ("WARNING in native", "WARNING: JNI", "FATAL"):
+            self.assertNotIn(fault, done.stdout + done.stderr)
+        return done
+
+    def steps(self, *steps, **how):
+        """The lines of a run of HookRun."""
+        how.setdefault("flags", STRICT)
+        return self.java("HookRun", *steps, **how).stdout.splitlines()
+
+    def disassembled(self, name):
+        text = subprocess.run([JDK / "bin" / "javap", "-v", "-p", self.scratch / f"{name}.class"],
+                              capture_output=True, text=True, check=True)
+        self.assertNotIn("rror", text.stderr)
+        return text.stdout
+
+    def test_old_classes_are_handed_over_once_the_server_starts(self):
+        lines = self.steps("instrument", "load=weblogic.Server", "say=p.Victim")
+        self.assertIn("offered p.Victim by hook from 0", lines)
+        self.assertIn("p.Victim says woven", lines)
+
+    def test_before_the_servers_start_they_pass(self):
+        lines = self.steps("instrument", "say=p.Victim", "load=weblogic.Server")
+        self.assertIn("p.Victim says plain", lines)
+
+    def test_rewritten_loader_and_proxy_let_the_java_side_change_what_they_define(self):
+        lines = self.steps("instrument", "loader=p.PlainLoader", "proxy", "load=weblogic.Server",
+                           "say=p.Late", configuration=self.configure("p.PlainLoader"))
+        self.assertEqual([line for line in lines if "p." in line], [
+            "offered p.Product by p.PlainLoader from 3", "p.Product says woven",
+            "offered p.Product by jdk.internal.loader.ClassLoaders$AppClassLoader from 3",
+            "p.Product says woven",
+            "p.Late says plain"])
+        for name, method in (("p.PlainLoader", "velprobe$defineClass"),
+                             ("p.ProxyMaker", "velprobe$defineClass0")):
+            text = self.disassembled(name)
+            self.assertIn(method, text)
+            self.assertIn("BcmBootstrap.instrumentClassStatic", text)
+
+    def test_without_an_instrumenter_they_define_what_they_did(self):
+        lines = self.steps("loader=p.PlainLoader", "proxy",
+                           configuration=self.configure("p.PlainLoader"))
+        self.assertEqual(lines.count("p.Product says plain"), 2)
+        self.assertIn("velprobe$defineClass", self.disassembled("p.PlainLoader"))
+
+    def test_a_loader_that_knows_no_class_format_error(self):
+        lines = self.steps("instrument", "loader=p.BareLoader",
+                           configuration=self.configure("p.BareLoader"))
+        self.assertIn("offered p.Product by p.BareLoader from 3", lines)
+        self.assertIn("p.Product says woven", lines)
+
+    def test_the_hook_goes_off_in_the_jvm_when_both_are_rewritten(self):
+        lines = self.steps("loader=p.PlainLoader", "load=p.Late", "proxy", "load=p.Victim",
+                           flags=["-XX:TraceJVMTI=ec+s", "-Xlog:jvmti=trace"],
+                           configuration=self.configure("p.PlainLoader"))
+        off = next(i for i, line in enumerate(lines) if OFF in line)
+        said = [i for i, line in enumerate(lines) if line == "p.Product says plain"]
+        self.assertLess(said[0], off)
+        self.assertLess(off, said[1])
+
+    def test_classes_are_rewritten_before_the_jvm_is_up(self):
+        lines = self.steps("instrument", "system", "proxy",
+                           flags=STRICT + ["-Djava.system.class.loader=p.SystemLoader",
+                                           "-XX:TraceJVMTI=ec+s", "-Xlog:jvmti=trace"],
+                           configuration=self.configure("p.SystemLoader"))
+        self.assertIn("offered p.Product by p.SystemLoader from 3", lines)
+        self.assertEqual(lines.count("p.Product says woven"), 2)
+        off = next(i for i, line in enumerate(lines) if OFF in line)
+        self.assertLess(off, lines.index("main"))  # refused then, made up for at VM init
+
+    def test_a_rewritten_loader_defines_a_whole_library_as_the_original_does(self):
+        plain = self.java("LoadAll", H2, agent=False)
+        self.assertIn("rewritten=false offered=0", plain.stderr)
+        rewritten = self.java("LoadAll", H2, configuration=self.configure("p.PlainLoader"))
+        expected, results = ([line for line in run.stdout.splitlines() if line.startswith("org.h2")]
+                             for run in (plain, rewritten))
+        self.assertGreater(len(expected), 500)
+        self.assertEqual(expected, results)
+        offered = int(rewritten.stderr.split("offered=")[1].split()[0])
+        self.assertIn("rewritten=true", rewritten.stderr)
+        self.assertGreaterEqual(offered, 500)
