@@ -15,7 +15,7 @@ using testing::UnorderedElementsAre;
 class Portal : public Reports {
  protected:
   ~Portal() override { methods->clear(); }
-  // What follows a record's id, thread, depth and times is the phase's own.
+  // The records of a push, each as its method's id, its name of one letter and the trailer.
   std::vector<std::string> pushed() {
     auto records = recordsOf([&] { methods->pushMethodsToPS(env()); });
     for (std::string& record : records) {
