@@ -13,16 +13,6 @@
 #include "core/PropertyMgr.h"
 #include "instrument/ClassData.h"
 
-using JitiInitialize = signed char (*)(char* options);
-using JitiProcessClass = int (*)(JNIEnv* env, ClassData* classData);
-using JitiReleaseClassData = void (*)(ClassData* classData);
-using JitiShutdown = void (*)();
-
-static JitiProcessClass jitiProcessClassFp_ = nullptr;
-static JitiInitialize jitiInitializeFp_ = nullptr;
-static JitiReleaseClassData jitiReleaseClassDataFp_ = nullptr;
-static JitiShutdown jitiShutdownFp_ = nullptr;
-
 static bool saysTrue(const char* text) { return text && strcasecmp(text, "true") == 0; }
 
 bool JitiDelegate::isJitiConfigured() {
@@ -79,7 +69,7 @@ static void handBack(JVMPI_Event* event, const ClassData& result) {
   hook.new_class_data_len = hook.class_data_len;
   if (result.classData == hook.class_data || result.classDataLen <= 0) return;
   void* copy = hook.malloc_f(static_cast<unsigned>(result.classDataLen));
-  if (!copy) return;
+  if (!copy) return traceMin("malloc_f failed");
   std::memcpy(copy, result.classData, static_cast<std::size_t>(result.classDataLen));
   hook.new_class_data = static_cast<unsigned char*>(copy);
   hook.new_class_data_len = result.classDataLen;
@@ -87,9 +77,9 @@ static void handBack(JVMPI_Event* event, const ClassData& result) {
 
 void JitiDelegate::notifyEvent(JVMPI_Event* event) {
   VEL_TRACE();
-  if (!isJitiEnabled() || !jitiProcessClassFp_) return;
+  if (!isJitiEnabled()) return;
   ClassData data{event->u.class_load_hook.class_data_len, event->u.class_load_hook.class_data};
-  const int switchOff = jitiProcessClassFp_(event->env_id, &data);
+  const int switchOff = jitiProcessClassFp_ ? jitiProcessClassFp_(event->env_id, &data) : 0;
   handBack(event, data);
   if (jitiReleaseClassDataFp_) jitiReleaseClassDataFp_(&data);
   if (switchOff) disableClassLoadHook();
@@ -98,4 +88,15 @@ void JitiDelegate::notifyEvent(JVMPI_Event* event) {
 void JitiDelegate::disableClassLoadHook() {
   VEL_TRACE();
   if (jvmpi) jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
+}
+
+void JitiDelegate::resetForTest() {
+  isJitiConfigured_ = isJitiEnabled_ = false;
+  if (jiti_dll_) dlclose(jiti_dll_);
+  jiti_dll_ = nullptr;
+  jiti_dll_loads_attempted_ = 0;
+  jitiInitializeFp_ = nullptr;
+  jitiProcessClassFp_ = nullptr;
+  jitiReleaseClassDataFp_ = nullptr;
+  jitiShutdownFp_ = nullptr;
 }
