@@ -1,0 +1,252 @@
+#include <com_velora_bcm_bootstrap_BcmBootstrap.h>
+#include <com_velora_command_MethodLevelModule.h>
+#include <com_velora_probe_heap_HeapAnalysisRuntime.h>
+#include <com_velora_probe_l3trace_BcmRuntime.h>
+#include <com_velora_probe_lock_LockAnalysisRuntime.h>
+#include <gmock/gmock.h>
+
+#include "Agent.h"
+#include "core/velora.h"
+#include "delivery/MemoryMonitor.h"
+#include "delivery/ThreadMgr.h"
+#include "events/Events.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Texts = std::vector<const char*>;
+
+// The 32 bits that go to the server.
+template <class Id>
+static std::string number(Id* id) {
+  return std::to_string(static_cast<std::int32_t>(reinterpret_cast<std::uintptr_t>(id)));
+}
+
+// An event in words: "load 2 a.Shop 8:m()V", "unload 2 2 8", "exit 8", "lock 118 2" ...
+static std::string worded(const Event& event) {
+  const auto* ofClass = dynamic_cast<const ClassEvent*>(&event);
+  if (!ofClass) {
+    const auto* method = dynamic_cast<const MethodEvent*>(&event);
+    if (method)
+      return (event.getSubType() == Event::START ? "entry " : "exit ") + number(method->method_id);
+    return std::to_string(event.getType()) +
+           (event.getSubType() == Event::START ? " start" : " end");
+  }
+  const jclass_t& c = *ofClass->classData;
+  const bool load = event.getSubType() == Event::LOAD;
+  std::string words = (load ? "load " : "unload ") + std::to_string(c.sequenceID) + ' ' +
+                      (load ? c.class_name.get() : number(c.class_id));
+  for (int i = 0; i < c.num_methods; ++i) {
+    const jmethod_t& m = c.methods[static_cast<std::size_t>(i)];
+    words += ' ' + number(m.method_id);
+    if (load) words += std::string(":") + m.method_name.get() + m.method_signature.get();
+  }
+  return words;
+}
+
+class MethodModule : public Agent {
+ protected:
+  MethodModule() {
+    collecting();
+    ThreadMgr::getInstance()->getThreadData(env);
+    announce("oldest", {}, {}, {});  // which no look-up finds
+    events();
+  }
+
+  // What the calling thread has queued since the last time.
+  std::vector<std::string> events() {
+    std::vector<std::string> words;
+    ThreadData* thr = ThreadMgr::getInstance()->getThreadDataIfPresent(env);
+    while (Event* event = thr->getEvtQueue()->pop()) {
+      words.push_back(worded(*event));
+      delete event;
+    }
+    return words;
+  }
+  jintArray ints(const std::vector<jint>& values) {
+    FakeObject* array =
+        jvm.newBytes({reinterpret_cast<const char*>(values.data()), values.size() * sizeof(jint)});
+    array->elementSize = sizeof(jint);
+    return static_cast<jintArray>(jvm.ref(array));
+  }
+  jobjectArray texts(const Texts& values) {  // null stays null
+    std::vector<FakeObject*> elements;
+    for (const char* value : values) elements.push_back(value ? jvm.newString(value) : nullptr);
+    return static_cast<jobjectArray>(jvm.ref(jvm.newObjectArray(elements)));
+  }
+  void announce(const char* name, const std::vector<jint>& ids, const Texts& names,
+                const Texts& signatures) {
+    Java_com_velora_command_MethodLevelModule_initializeClass(
+        env, nullptr, jvm.string(name), ints(ids), texts(names), texts(signatures));
+  }
+  void unload(const char* name) {
+    Java_com_velora_command_MethodLevelModule_unloadClass(env, nullptr,
+                                                          name ? jvm.string(name) : nullptr);
+  }
+  static int classes() {
+    int count = 0;
+    forEachClass([&](const jclass_t&) { ++count; });
+    return count;
+  }
+
+  JNIEnv* env = jvm.env();
+};
+
+TEST_F(MethodModule, ClassIsAnnouncedItsMethodsRunItIsUnloaded) {
+  const int references = jvm.localRefs();
+  announce("a.Shop", {8, -1}, {"m", nullptr}, {"()V", nullptr});
+  EXPECT_EQ(jvm.localRefs(), references);
+  EXPECT_EQ(jvm.heldChars(), 0);
+  const jclass_t* entry = getClassForName("a.Shop");
+  ASSERT_NE(entry, nullptr) << "the separators are those given";
+  EXPECT_TRUE(entry->registered);
+  EXPECT_EQ(entry->type, 0) << "which is what a new connection is told of";
+  EXPECT_EQ(entry->delete_flag, 0);
+  Java_com_velora_command_MethodLevelModule_beforeMethod(env, nullptr, -1);
+  Java_com_velora_command_MethodLevelModule_afterMethod(env, nullptr, 8);
+  unload("a.Shop");
+  EXPECT_EQ(getClassForName("a.Shop"), nullptr);
+  EXPECT_THAT(events(),
+              ElementsAre("load 2 a.Shop 8:m()V -1:", "entry -1", "exit 8", "unload 2 2 8 -1"));
+  unload("a.Shop");
+  unload("a.Stranger");
+  unload("oldest");
+  unload(nullptr);
+  EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(MethodModule, IncompleteAnnouncementsAreNone) {
+  const jstring name = jvm.string("a.B");
+  const jintArray ids = ints({1, 2, 3});
+  const jobjectArray three = texts({"a", "b", "c"}), two = texts({"a", "b"});
+  const struct {
+    jstring name;
+    jintArray ids;
+    jobjectArray names, signatures;
+  } cases[] = {
+      {name, ids, three, two},      {name, ids, two, three},       {name, ints({}), three, three},
+      {nullptr, ids, three, three}, {name, nullptr, three, three}, {name, ids, nullptr, three},
+      {name, ids, three, nullptr},
+  };
+  for (const auto& c : cases) {
+    Java_com_velora_command_MethodLevelModule_initializeClass(env, nullptr, c.name, c.ids, c.names,
+                                                              c.signatures);
+    EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative(
+        env, nullptr, 1, c.name, c.ids, c.names, c.signatures));
+  }
+  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(env, nullptr, 1,
+                                                                                   nullptr, ids));
+  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(env, nullptr, 1,
+                                                                                   name, nullptr));
+  announce("a.TooMany", std::vector<jint>(65'536), Texts(65'536, "m"), Texts(65'536, "()V"));
+  EXPECT_THAT(events(), IsEmpty());
+  EXPECT_EQ(classes(), 1);
+}
+
+TEST_F(MethodModule, ClassesThatTheJavaSideKeepsAccountOf) {
+  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative(
+      env, nullptr, 77, jvm.string("a/B"), ints({1, 2}), texts({"m", "n"}),
+      texts({"()V", nullptr})));
+  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 0, 1));
+  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 1, 1));
+  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(
+      env, nullptr, -2, jvm.string("a/B"), ints({1, 2})));
+  EXPECT_THAT(events(), ElementsAre("load 77 a/B 1:m()V 2:n ", "entry 1", "exit 1",
+                                    "unload 4294967294 -2 1 2"));
+  EXPECT_EQ(classes(), 1) << "none of them is registered";
+}
+
+// Queued records are read long after their class was unloaded, its entry cleaned up, and its name
+// announced again.
+TEST_F(MethodModule, QueuedRecordsOutliveTheirClass) {
+  CLASSULOAD_CLEANUP = 1;
+  methodHashWaitInterval = 0;
+  announce("a.B", {16}, {"first"}, {"()V"});
+  unload("a.B");
+  announce("a.B", {24}, {"second"}, {"()V"});
+  JVMPI_Event event{};
+  event.u.class_load.class_name = "a/Loaded";
+  event.u.class_load.class_id = reinterpret_cast<jobjectID>(3);
+  dispatch(JVMPI_EVENT_CLASS_LOAD, event);
+  event = {};
+  event.u.class_unload.class_id = reinterpret_cast<jobjectID>(3);
+  dispatch(JVMPI_EVENT_CLASS_UNLOAD, event);
+  EXPECT_EQ(classes(), 2) << "a clean-up leaves classes that Java announced";
+  deleteClassTable();
+  createClassTable();
+  EXPECT_THAT(events(), ElementsAre("load 2 a.B 16:first()V", "unload 2 2 16",
+                                    "load 3 a.B 24:second()V", "unload 4 3"));
+  CLASSULOAD_CLEANUP = 150;
+  methodHashWaitInterval = 5000;
+}
+
+TEST_F(MethodModule, NothingAtTheMemoryCeilingNorWithoutARecordOfTheThread) {
+  MemoryMonitor::uLimitReached_ = true;
+  announce("a.B", {1}, {"m"}, {"()V"});
+  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 0, 1));
+  MemoryMonitor::uLimitReached_ = false;
+  EXPECT_EQ(classes(), 1);
+  events();
+
+  ThreadMgr::getInstance()->stop();
+  stopGate.open();  // as in a start that has not come to the threads yet
+  const auto before = LossLedger::snapshot();
+  log.clear();
+  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 1, 1));
+  EXPECT_THAT(log.messages(), IsEmpty());
+  EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::noThread), 1u);
+}
+
+TEST_F(MethodModule, AllocationsAndLocks) {
+  const jstring name = jvm.string("a/Lock");
+  Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationStart(env, nullptr, 8, 3,
+                                                                           name);
+  Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationEnd(env, nullptr, 8, 3, name);
+  const auto word = [](Event::EventType type, const char* side) {
+    return std::to_string(type) + side;
+  };
+  EXPECT_THAT(events(), ElementsAre(word(Event::HEAP, " start"), word(Event::HEAP, " end")));
+  const std::vector<std::string> expected[] = {{},
+                                               {word(Event::LOCK_ACQUISITION, " start")},
+                                               {word(Event::LOCK_ACQUISITION, " end")},
+                                               {word(Event::LOCK_CONTENTION, " start")},
+                                               {word(Event::LOCK_CONTENTION, " end")},
+                                               {word(Event::LOCK_RELEASE, " start")},
+                                               {word(Event::LOCK_RELEASE, " end")},
+                                               {}};
+  for (jbyte kind = 0; kind < 8; ++kind) {
+    SCOPED_TRACE(static_cast<int>(kind));
+    const auto& events = expected[static_cast<std::size_t>(kind)];
+    EXPECT_EQ(Java_com_velora_probe_lock_LockAnalysisRuntime_appendEvent(env, nullptr, kind, name,
+                                                                         8, 1, name, name, 9, 0),
+              events.empty() ? JNI_FALSE : JNI_TRUE);
+    EXPECT_EQ(this->events(), events);
+  }
+}
+
+TEST_F(MethodModule, NativesAreRegisteredForThreeClasses) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"com.velora.probe.l3trace.BcmRuntime",
+       {"appendL3Event(BI)Z",
+        "sendClassEventNative(ILjava/lang/String;[I[Ljava/lang/String;[Ljava/lang/String;)Z",
+        "sendClassUnloadEventNative(ILjava/lang/String;[I)Z"}},
+      {"com.velora.probe.heap.HeapAnalysisRuntime",
+       {"nativeHeapAllocationStart(IILjava/lang/String;)V",
+        "nativeHeapAllocationEnd(IILjava/lang/String;)V"}},
+      {"com.velora.probe.lock.LockAnalysisRuntime",
+       {"appendEvent(BLjava/lang/String;IBLjava/lang/String;Ljava/lang/String;II)Z"}},
+  };
+  for (const auto& [name, natives] : cases) {
+    SCOPED_TRACE(name);
+    log.clear();
+    FakeClass& cls = jvm.defineClass(name);
+    Java_com_velora_bcm_bootstrap_BcmBootstrap_defineNativeMethodsForClassNative(
+        env, nullptr, jvm.ref(cls), jvm.string(name));
+    std::vector<std::string> registered;
+    for (const FakeNative& native : cls.natives()) {
+      EXPECT_NE(native.function, nullptr);
+      registered.push_back(native.name + native.signature);
+    }
+    EXPECT_EQ(registered, natives);
+    EXPECT_TRUE(log.traced(std::string("Successfully registered native methods for %s ") + name));
+  }
+}
