@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "Agent.h"
+#include "base/Gate.h"
 #include "core/velora.h"
 #include "delivery/MemoryMonitor.h"
 #include "delivery/ThreadMgr.h"
