@@ -65,7 +65,19 @@ static Json head(ConnectionId connection, const char* name) {
   return {{"record", name}, {"conn", connection}};
 }
 
-JsonLine jsonOf(ConnectionId connection, const Record& record) {
+static void addNames(Json& json, ConnectionId connection, const Record& record,
+                     const MethodNames& names) {
+  const auto add = [&](const char* field, const char* shown, auto lookUp) {
+    const auto id = record.number(field);
+    const std::string* name = id ? (names.*lookUp)(connection, *id) : nullptr;
+    if (name) json[shown] = *name;
+  };
+  add("method_id", "method", &MethodNames::method);
+  add("owning_method_id", "owningMethod", &MethodNames::method);
+  if (!record.find("className")) add("sequenceID", "className", &MethodNames::className);
+}
+
+JsonLine jsonOf(ConnectionId connection, const Record& record, const MethodNames* names) {
   JsonLine result;
   Json json = head(connection, record.layout.name);
   json["id"] = record.layout.id;
@@ -83,6 +95,7 @@ JsonLine jsonOf(ConnectionId connection, const Record& record) {
     }
     json[value.field->name] = jsonValue(record, value, result.replaced);
   }
+  if (names) addNames(json, connection, record, *names);
   result.line = json.dump();
   return result;
 }
@@ -103,7 +116,8 @@ std::string jsonOf(ConnectionId connection, const Skipped& skipped) {
 }
 
 void JsonRecords::onRecord(ConnectionId connection, const Record& record) {
-  JsonLine json = jsonOf(connection, record);
+  JsonLine json = jsonOf(connection, record, &names_);
+  names_.learn(connection, record);
   replaced_ += json.replaced;
   output_.write(json.line += '\n');
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Consumer.h"
+#include "MethodNames.h"
 #include "Output.h"
 
 namespace collector {
@@ -14,7 +15,8 @@ struct JsonLine {
   std::size_t replaced = 0;  // pieces of text that were no text
 };
 
-JsonLine jsonOf(ConnectionId connection, const Record& record);
+// Ids of methods and classes are read with the names, where there are any.
+JsonLine jsonOf(ConnectionId connection, const Record& record, const MethodNames* names = nullptr);
 std::string jsonOf(ConnectionId connection, const Malformed& malformed);
 std::string jsonOf(ConnectionId connection, const Skipped& skipped);
 
@@ -27,11 +29,13 @@ class JsonRecords final : public Consumer {
   void onRecord(ConnectionId connection, const Record& record) override;
   void onMalformed(ConnectionId connection, const Malformed& malformed) override;
   void onSkipped(ConnectionId connection, const Skipped& skipped) override;
+  void onClosed(ConnectionId connection) override { names_.onClosed(connection); }
   void onRoundEnd() override { output_.flush(); }
   std::uint64_t replaced() const { return replaced_; }
 
  private:
   Output& output_;
+  MethodNames names_;
   std::uint64_t replaced_ = 0;
 };
 

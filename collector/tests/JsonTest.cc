@@ -77,6 +77,47 @@ TEST(JsonRecords, AreValidWhateverTheTextsHold) {
   EXPECT_EQ(lines.replaced, 2U * 128) << "no byte from 80 on is a text by itself";
 }
 
+// A connection's ids, read: "record method owner class", "-" for what is not said.
+static std::vector<std::string> namesIn(const std::vector<ByteString>& records) {
+  class Named final : public Consumer {
+   public:
+    void onRecord(ConnectionId connection, const Record& record) override {
+      const Json json = Json::parse(jsonOf(connection, record, &names).line);
+      names.learn(connection, record);
+      std::string line = json["record"];
+      for (const char* field : {"method", "owningMethod", "className"}) {
+        line += " " + json.value(field, std::string("-"));
+      }
+      lines.push_back(line);
+    }
+    void onClosed(ConnectionId connection) override { names.onClosed(connection); }
+    MethodNames names;
+    std::vector<std::string> lines;
+  } named;
+  Intake intake({&named});
+  intake.opened(7);
+  intake.bytes(7, packet(records));
+  intake.closed(7);
+  intake.opened(8);
+  intake.bytes(8, packet({records.back()}));
+  intake.end();
+  return named.lines;
+}
+
+TEST(JsonRecords, MethodIdsAreReadAsNames) {
+  const ByteString load = bytes(
+      "01 00000029 0003 612F42 00000002 00000010 0001 6D 0003 282956 00000018 0001 6E 0000 7F7F");
+  const ByteString entry = bytes("02 00000001 00000010 00000005 00000006 0000000000000007 7F7F");
+  const ByteString other = bytes("02 00000001 00000018 00000005 00000006 0000000000000007 7F7F");
+  const ByteString unload = bytes("0C 00000029 55AA0010 00000001 00000010 7F7F");
+  const auto lines = namesIn({entry, load, entry, other, unload, entry, unload, other});
+  EXPECT_EQ(lines, (std::vector<std::string>{
+                       "HEADER - - -", "METHOD_ENTRY - - -", "CLASS_LOAD - - a/B",
+                       "METHOD_ENTRY a/B.m()V - -", "METHOD_ENTRY a/B.n - -",
+                       "CLASS_UNLOAD - - a/B", "METHOD_ENTRY - - -", "CLASS_UNLOAD - - -",
+                       "METHOD_ENTRY a/B.n - -", "HEADER - - -", "METHOD_ENTRY - - -"}));
+}
+
 TEST(JsonRecords, EmptyListsAreThere) {
   const Lines lines = linesOf(packet({bytes("0C 00000029 55AA0010 00000000 7F7F")}));
   EXPECT_EQ(Json::parse(lines.lines[1])["methods"], Json::array());
