@@ -47,7 +47,7 @@ void GPSTokenUtils::setUpGps(JNIEnv* env, jstring regMask) {
     traceMax("gpsMask: 0x%X", gpsMask);
   }
   if (mask.length >= 32)
-    logWarn({1214,
+    logWarn({1224,
              "A region mask of %d characters leaves no room for a counter in cross-process tokens: "
              "a restart repeats them"},
             static_cast<int>(mask.length));
@@ -85,7 +85,7 @@ void GPSTokenUtils::initGPSCounterFile() {
 // Nobody knows how far the counter was: zero would repeat for certain what was handed out.
 unsigned int GPSTokenUtils::byTheClock(const TokenCounterFile& file) {
   const auto seconds = static_cast<unsigned int>(std::time(nullptr));
-  logWarn({1212, "Cross-process token counter %s is of no use (%s): counting begins at %u"},
+  logWarn({1222, "Cross-process token counter %s is of no use (%s): counting begins at %u"},
           static_cast<const char*>(counterFile), file.trouble().c_str(), gpsMask & seconds);
   return seconds;
 }
@@ -144,7 +144,7 @@ void GPSTokenUtils::followOthers(TokenCounterFile& file) {
   setWords(*counter);
   if (shared_) return;
   shared_ = true;
-  logInfo({1213,
+  logInfo({1223,
            "Cross-process token counter %s is used by another process too, both take blocks of %d "
            "tokens"},
           static_cast<const char*>(counterFile), gpsCushion);
@@ -163,9 +163,9 @@ void GPSTokenUtils::sayWhetherKept(bool kept, const TokenCounterFile& file) {
   kept_ = kept;
   const char* const name = counterFile;
   if (kept)
-    logInfo({1211, "Cross-process token counter %s is kept again"}, name);
+    logInfo({1221, "Cross-process token counter %s is kept again"}, name);
   else
-    logWarn({1210,
+    logWarn({1220,
              "Cross-process token counter %s is not kept (%s): tokens differ within this process, "
              "but a restart may repeat them"},
             name, file.trouble().c_str());

@@ -14,10 +14,10 @@ class TokenFile : public Tokens {
   std::vector<std::string> said() {
     std::vector<std::string> messages;
     for (const auto& line : toolkit.lines()) {
-      if (line.number < 1210 || line.number > 1214) continue;
+      if (line.number < 1220 || line.number > 1224) continue;
       EXPECT_NE(line.text.find(file().string()), line.text.npos) << line.text;
       const auto open = line.text.find('('), close = line.text.find(')');
-      const bool reason = open != line.text.npos && line.number != 1213;
+      const bool reason = open != line.text.npos && line.number != 1223;
       messages.push_back(std::to_string(line.number) +
                          (reason ? " " + line.text.substr(open + 1, close - open - 1) : ""));
     }
@@ -61,7 +61,7 @@ TEST_F(TokenFile, ContentThatIsANumberOrNot) {
 // It begins away from zero, where all counters began, and is said once.
 TEST_F(TokenFile, DamagedContentIsReplaced) {
   startWith("no number", "0101");
-  EXPECT_EQ(said(), Messages{"1212 " + trouble("", "holds no number")});
+  EXPECT_EQ(said(), Messages{"1222 " + trouble("", "holds no number")});
   const unsigned first = GPSTokenUtils::getToken();
   EXPECT_GT(first, 0x50000000u);
   EXPECT_EQ(std::stoul(counter()), (first & 0x0FFFFFFF) + 200);
@@ -87,7 +87,7 @@ TEST_F(TokenFile, WhatIsNoRegularFileIsNeitherReadNorReplaced) {
     const unsigned first = GPSTokenUtils::getToken();
     EXPECT_EQ(GPSTokenUtils::getToken(), first + 1);
     const std::string reason = trouble("", "is no regular file");
-    EXPECT_EQ(said(), (Messages{"1212 " + reason, "1210 " + reason}));
+    EXPECT_EQ(said(), (Messages{"1222 " + reason, "1220 " + reason}));
     EXPECT_EQ(fs::symlink_status(file()).type(), before);
     fs::remove(file());
   }
@@ -101,13 +101,13 @@ TEST_F(TokenFile, UnwritableHomeIsSaidOnceAndOnceWhenItIsOver) {
   fs::create_directories(inTheWay / "full");
   restart("0101");
   for (unsigned i = 0; i < 1000; ++i) ASSERT_EQ(GPSTokenUtils::getToken(), 0x500003E8u + i);
-  EXPECT_EQ(said(), Messages{"1210 " + trouble(".new", "File exists")});
+  EXPECT_EQ(said(), Messages{"1220 " + trouble(".new", "File exists")});
   EXPECT_EQ(counter(), "1000");
   setUpAgain("0101");
   EXPECT_EQ(GPSTokenUtils::getToken(), 0x500007D0u) << "not 1000 again";
   fs::remove_all(inTheWay);
   for (unsigned i = 1; i <= 200; ++i) ASSERT_EQ(GPSTokenUtils::getToken(), 0x500007D0u + i);
-  EXPECT_EQ(said(), Messages{"1211"});
+  EXPECT_EQ(said(), Messages{"1221"});
   EXPECT_EQ(counter(), "2400");
 }
 
@@ -117,7 +117,7 @@ TEST_F(TokenFile, HomeThatIsGone) {
   fs::remove_all(home);
   setUpAgain("");
   EXPECT_EQ(GPSTokenUtils::getToken(), 8u) << "the words stay as they were";
-  EXPECT_EQ(said(), Messages{"1210 " + trouble(".lock", "No such file or directory")});
+  EXPECT_EQ(said(), Messages{"1220 " + trouble(".lock", "No such file or directory")});
   EXPECT_FALSE(fs::exists(home));
 }
 
@@ -131,7 +131,7 @@ TEST_F(TokenFile, FullDiskLeavesTheOldNumber) {
   setrlimit(RLIMIT_FSIZE, &none);
   EXPECT_EQ(GPSTokenUtils::getToken(), 1000u);
   setrlimit(RLIMIT_FSIZE, &before);
-  EXPECT_EQ(said(), Messages{"1210 " + trouble(".new", "File too large")});
+  EXPECT_EQ(said(), Messages{"1220 " + trouble(".new", "File too large")});
   EXPECT_EQ(counter(), "1000");
   EXPECT_FALSE(fs::exists(file().string() + ".new"));
 }
@@ -152,7 +152,7 @@ TEST_F(TokenFile, AnotherProcessTakesBlocksOfItsOwn) {
   for (unsigned i = 1; i < 200; ++i) EXPECT_EQ(GPSTokenUtils::getToken(), 0x500003E8u + i);
   EXPECT_EQ(GPSTokenUtils::getToken(), 0x50000578u);
   EXPECT_EQ(counter(), "1600");
-  EXPECT_EQ(said(), Messages{"1213"});
+  EXPECT_EQ(said(), Messages{"1223"});
   put("1800");
   for (int i = 0; i < 200; ++i) GPSTokenUtils::getToken();
   EXPECT_EQ(counter(), "2000");

@@ -65,7 +65,7 @@ TEST_F(Tokens, CounterStartsAgainBelowItsRegion) {
 
 TEST_F(Tokens, AMaskOfAllBitsLeavesNoCounter) {
   startWith("5", std::string(32, '1').c_str());
-  EXPECT_TRUE(toolkit.logged(1214));
+  EXPECT_TRUE(toolkit.logged(1224));
   EXPECT_EQ(GPSTokenUtils::getToken(), 0xFFFFFFFFu);
   EXPECT_EQ(GPSTokenUtils::getToken(), 0u) << "different at least";
 }
