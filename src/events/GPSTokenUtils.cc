@@ -159,7 +159,7 @@ bool GPSTokenUtils::keep(TokenCounterFile& file, unsigned int counter, const cha
 }
 
 void GPSTokenUtils::sayWhetherKept(bool kept, const TokenCounterFile& file) {
-  if (kept == kept_) return;
+  if (kept == kept_ || !*counterFile) return;  // before the set-up there is nothing to keep
   kept_ = kept;
   const char* const name = counterFile;
   if (kept)

@@ -42,6 +42,7 @@ bool TokenCounterFile::failsWith(const std::string& file, int error) {
 }
 
 UniqueFd TokenCounterFile::openLock() {
+  if (path_.empty()) return {};
   const std::string name = path_ + ".lock";
   UniqueFd file(open(name.c_str(), O_RDWR | O_CREAT | kCarefully, 0666));
   if (!file) {

@@ -11,7 +11,8 @@
 // since the file itself is another one after each change.
 class TokenCounterFile {
  public:
-  // Waits for other processes for a second at most. Without the lock the file is only read.
+  // Waits for other processes for a second at most. Without the lock the file is only read; with an
+  // empty path there is none.
   explicit TokenCounterFile(const char* path);
   ~TokenCounterFile();
   TokenCounterFile(const TokenCounterFile&) = delete;

@@ -19,10 +19,11 @@ struct GPSTokenProbe {
   static unsigned region() { return GPSTokenUtils::regionId; }
   static unsigned mask() { return GPSTokenUtils::gpsMask; }
   static void setCushion(int tokens) { GPSTokenUtils::gpsCushion = tokens; }
-  static std::string file() { return GPSTokenUtils::counterFile; }
   // As a process that has just begun.
   static void forget() {
     GPSTokenUtils::tokenPtr[0] = GPSTokenUtils::tokenPtr[1] = 0;
+    GPSTokenUtils::regionId = GPSTokenUtils::gpsMask = 0;
+    GPSTokenUtils::counterFile[0] = '\0';
     GPSTokenUtils::left_ = 0;
     GPSTokenUtils::kept_ = true;
     GPSTokenUtils::shared_ = false;

@@ -70,6 +70,15 @@ TEST_F(Tokens, AMaskOfAllBitsLeavesNoCounter) {
   EXPECT_EQ(GPSTokenUtils::getToken(), 0u) << "different at least";
 }
 
+TEST_F(Tokens, BeforeTheSetUpNoFileIsTouched) {
+  const fs::path before = fs::current_path();
+  fs::current_path(home / "etc");
+  GPSTokenProbe::forget();
+  for (unsigned i = 0; i < 300; ++i) EXPECT_EQ(GPSTokenUtils::getToken(), i);
+  EXPECT_TRUE(fs::is_empty("."));
+  fs::current_path(before);
+}
+
 TEST_F(Tokens, FirstStartMakesTheFile) {
   restart("");
   EXPECT_EQ(counter(), "0");
