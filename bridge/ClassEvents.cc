@@ -1,6 +1,8 @@
 #include "ClassEvents.h"
 
-#include "ClassRecord.h"
+#include <mutex>
+#include <shared_mutex>
+
 #include "Events.h"
 #include "ObjectIds.h"
 #include "RewrittenClass.h"
@@ -32,13 +34,31 @@ void JNICALL onClassFileLoadHook(jvmtiEnv*, JNIEnv* env, jclass, jobject, const 
       answer.new_class_data, static_cast<std::size_t>(answer.new_class_data_len)));
 }
 
-static bool deliverLoad(JNIEnv* env, jclass klass, jint type) {
-  ClassRecord record(klass);
+// Exclusively held while the agent reads a heap dump, shared by every other class-load event. Held
+// over handlers; the reader waits for those that run, and none of them waits for the reader.
+static std::shared_mutex readingLock;
+static std::atomic<bool> leftOut{false};  // class loads that came while a dump was read
+static thread_local HeapReading* reading = nullptr;
+
+static bool deliverLoad(JNIEnv* env, ClassRecord& record, jobjectID id, jint type) {
   JVMPI_Event event{};
   event.event_type = type;
   event.env_id = env;
-  record.describe(event, idOf(env, klass, ObjectKind::klass));
+  record.describe(event, id);
   return deliver(event);
+}
+
+static void announceLoad(JNIEnv* env, jclass klass) {
+  if (!isEnabled(JVMPI_EVENT_CLASS_LOAD)) return;
+  std::shared_lock undisturbed(readingLock, std::defer_lock);
+  if (reading || !undisturbed.try_lock()) {
+    leftOut = true;
+    // Tried again, for a reader that was through before it could see the mark.
+    if (reading || !undisturbed.try_lock()) return;
+  }
+  if (!announceClass(env, klass)) return;
+  ClassRecord record(klass);
+  deliverLoad(env, record, idOf(env, klass, ObjectKind::klass), JVMPI_EVENT_CLASS_LOAD);
 }
 
 static void deliverMonitoring(JNIEnv* env, jclass klass) {
@@ -57,15 +77,8 @@ static void deliverMonitoring(JNIEnv* env, jclass klass) {
 // A prepared class, not a loaded one: only then does the JVM tell its methods and fields.
 void JNICALL onClassPrepare(jvmtiEnv*, JNIEnv* env, jthread, jclass klass) {
   if (!env || !jvm.is(Phase::live)) return;  // VMInit replays it
-  if (isEnabled(JVMPI_EVENT_CLASS_LOAD) && announceClass(env, klass))
-    deliverLoad(env, klass, JVMPI_EVENT_CLASS_LOAD);
+  announceLoad(env, klass);
   deliverMonitoring(env, klass);
-}
-
-static bool isPrepared(jclass klass) {
-  jint status = 0;
-  return jvm.jvmti->GetClassStatus(klass, &status) == JVMTI_ERROR_NONE &&
-         (status & JVMTI_CLASS_STATUS_PREPARED) != 0;
 }
 
 void replayClasses(JNIEnv* env) {
@@ -75,19 +88,54 @@ void replayClasses(JNIEnv* env) {
   if (jvm.jvmti->GetLoadedClasses(&count, classes.out()) != JVMTI_ERROR_NONE) return;
   for (jint i = 0; i < count; ++i) {
     const Local klass(env, classes[i]);
-    if (isPrepared(klass.get()) && announceClass(env, klass.get()))
-      deliverLoad(env, klass.get(), JVMPI_EVENT_CLASS_LOAD);
+    if (isPrepared(klass.get())) announceLoad(env, klass.get());
   }
 }
 
+// A new local reference to the class with this id, or null.
+static jclass classOf(JNIEnv* env, jobjectID id) {
+  Local object(env, objectOf(env, id));
+  const Local kind(env, env->FindClass("java/lang/Class"));
+  if (!object || !kind || !env->IsInstanceOf(object.get(), kind.get())) return nullptr;
+  return static_cast<jclass>(object.release());
+}
+
 jint requestClassLoad(jobjectID id) {
+  constexpr jint type = JVMPI_EVENT_CLASS_LOAD | JVMPI_REQUESTED_EVENT;
   JNIEnv* env = currentEnv();
   if (!env || !jvm.is(Phase::live)) return JVMPI_FAIL;
-  const Local object(env, objectOf(env, id));
-  const Local kind(env, env->FindClass("java/lang/Class"));
-  if (!object || !kind || !env->IsInstanceOf(object.get(), kind.get())) return JVMPI_FAIL;
-  const jint type = JVMPI_EVENT_CLASS_LOAD | JVMPI_REQUESTED_EVENT;
-  return deliverLoad(env, static_cast<jclass>(object.get()), type) ? JVMPI_SUCCESS : JVMPI_FAIL;
+  if (reading) {
+    ClassRecord* record = reading->describe(id);
+    return record && deliverLoad(env, *record, id, type) ? JVMPI_SUCCESS : JVMPI_FAIL;
+  }
+  const Local klass(env, classOf(env, id));
+  if (!klass) return JVMPI_FAIL;
+  ClassRecord record(klass.get());
+  const std::shared_lock undisturbed(readingLock);
+  return deliverLoad(env, record, id, type) ? JVMPI_SUCCESS : JVMPI_FAIL;
+}
+
+HeapReading::HeapReading(JNIEnv* env, std::unordered_set<jlong> unprepared)
+    : env_(env), unprepared_(std::move(unprepared)) {
+  readingLock.lock();
+  reading = this;
+}
+
+HeapReading::~HeapReading() {
+  reading = nullptr;
+  readingLock.unlock();
+  if (leftOut.exchange(false)) replayClasses(env_);
+}
+
+HeapReading* HeapReading::ofThisThread() { return reading; }
+
+ClassRecord* HeapReading::describe(jobjectID id) {
+  if (record_ && id == described_) return record_.get();
+  const Local klass(env_, classOf(env_, id));
+  if (!klass) return nullptr;
+  record_ = std::make_unique<ClassRecord>(klass.get(), !unprepared_.contains(tagOf(id)));
+  described_ = id;
+  return record_.get();
 }
 
 jobjectID methodClass(jmethodID method) {

@@ -19,16 +19,33 @@ std::string slashName(const std::string& signature) {
   return signature;
 }
 
+std::string typeName(const std::string& signature) {
+  const auto dimensions = std::min(signature.find_first_not_of('['), signature.size());
+  std::string name = slashName(signature.substr(dimensions));
+  std::ranges::replace(name, '/', '.');
+  for (std::size_t i = 0; i < dimensions; ++i) name += "[]";
+  return name;
+}
+
+bool isPrepared(jclass klass) {
+  jint status = 0;
+  return jvm.jvmti->GetClassStatus(klass, &status) == JVMTI_ERROR_NONE &&
+         (status & JVMTI_CLASS_STATUS_PREPARED) != 0;
+}
+
 static std::string textOf(const JvmtiPtr<char>& text) { return text.get() ? text.get() : ""; }
 
-ClassRecord::ClassRecord(jclass klass) {
+ClassRecord::ClassRecord(jclass klass, bool prepared) {
   JvmtiPtr<char> signature, source;
   jvm.jvmti->GetClassSignature(klass, signature.out(), nullptr);
   name_ = slashName(textOf(signature));
   jvm.jvmti->GetSourceFileName(klass, source.out());
   source_ = textOf(source);
+  if (!prepared) return;
   readMethods(klass);
+  readInterfaces(klass);
   readFields(klass);
+  pointAtTexts();
 }
 
 // First and last line of a method; a method without line numbers keeps kNoLine in both.
@@ -62,14 +79,17 @@ void ClassRecord::readMethods(jclass klass) {
   }
 }
 
-void ClassRecord::readFields(jclass klass) {
+void ClassRecord::readInterfaces(jclass klass) {
   JvmtiPtr<jclass> interfaces;
+  if (jvm.jvmti->GetImplementedInterfaces(klass, &interfaceCount_, interfaces.out()) !=
+      JVMTI_ERROR_NONE)
+    return;
+  JNIEnv* env = currentEnv();
+  for (jint i = 0; env && i < interfaceCount_; ++i) env->DeleteLocalRef(interfaces[i]);
+}
+
+void ClassRecord::readFields(jclass klass) {
   jint count = 0;
-  if (jvm.jvmti->GetImplementedInterfaces(klass, &interfaceCount_, interfaces.out()) ==
-      JVMTI_ERROR_NONE) {
-    JNIEnv* env = currentEnv();
-    for (jint i = 0; env && i < interfaceCount_; ++i) env->DeleteLocalRef(interfaces[i]);
-  }
   JvmtiPtr<jfieldID> fields;
   if (jvm.jvmti->GetClassFields(klass, &count, fields.out()) != JVMTI_ERROR_NONE) return;
   for (jint i = 0; i < count; ++i) {
@@ -84,17 +104,17 @@ void ClassRecord::readFields(jclass klass) {
   }
 }
 
-void ClassRecord::describe(JVMPI_Event& event, jobjectID id) {
-  const auto point = [](std::vector<Text>& texts, std::vector<JVMPI_Field>& fields) {
-    fields.clear();
-    for (Text& t : texts) fields.push_back({t.name.data(), t.signature.data()});
-  };
-  point(staticTexts_, statics_);
-  point(instanceTexts_, instances_);
+// Once all texts are there: until then they may still move.
+void ClassRecord::pointAtTexts() {
+  for (Text& t : staticTexts_) statics_.push_back({t.name.data(), t.signature.data()});
+  for (Text& t : instanceTexts_) instances_.push_back({t.name.data(), t.signature.data()});
   for (std::size_t i = 0; i < methods_.size(); ++i) {
     methods_[i].method_name = methodTexts_[i].name.data();
     methods_[i].method_signature = methodTexts_[i].signature.data();
   }
+}
+
+void ClassRecord::describe(JVMPI_Event& event, jobjectID id) {
   auto& load = event.u.class_load;
   load.class_name = name_.c_str();
   load.source_name = source_.empty() ? nullptr : source_.data();

@@ -13,7 +13,7 @@ namespace bridge {
 // tell them, and an error instead would put readers of a heap dump out of step.
 class ClassRecord {
  public:
-  explicit ClassRecord(jclass klass);
+  explicit ClassRecord(jclass klass, bool prepared = true);
   ClassRecord(const ClassRecord&) = delete;
   ClassRecord& operator=(const ClassRecord&) = delete;
 
@@ -26,7 +26,9 @@ class ClassRecord {
     std::string name, signature;
   };
   void readMethods(jclass klass);
+  void readInterfaces(jclass klass);
   void readFields(jclass klass);
+  void pointAtTexts();
 
   std::string name_, source_;
   jint interfaceCount_ = 0;
@@ -35,7 +37,12 @@ class ClassRecord {
   std::vector<JVMPI_Field> statics_, instances_;
 };
 
+bool isPrepared(jclass klass);
+
 // "java/lang/String"; arrays stay "[Ljava/lang/String;", primitive types become words.
 std::string slashName(const std::string& signature);
+
+// "java.lang.String[]", "int[][]".
+std::string typeName(const std::string& signature);
 
 }  // namespace bridge

@@ -4,6 +4,7 @@
 #include <jvmti.h>
 
 #include <atomic>
+#include <utility>
 
 // What every file of the bridge needs of the JVM it sits in.
 namespace bridge {
@@ -64,6 +65,7 @@ class Local {
   }
   T* out() { return &ref_; }
   T get() const { return ref_; }
+  T release() { return std::exchange(ref_, nullptr); }  // the caller's from here
   explicit operator bool() const { return ref_ != nullptr; }
 
  private:

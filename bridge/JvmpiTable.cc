@@ -1,5 +1,6 @@
 #include "ClassEvents.h"
 #include "Events.h"
+#include "HeapDump.h"
 #include "ObjectIds.h"
 #include "RawMonitor.h"
 #include "Say.h"
@@ -18,6 +19,8 @@ static jint requestEvent(jint type, void* argument) {
       return requestClassLoad(static_cast<jobjectID>(argument));
     case JVMPI_EVENT_THREAD_START:
       return requestThreadStart(static_cast<jobjectID>(argument));
+    case JVMPI_EVENT_HEAP_DUMP:
+      return requestHeapDump();
     default:
       return JVMPI_NOT_AVAILABLE;
   }

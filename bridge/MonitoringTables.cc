@@ -1,15 +1,15 @@
 #include "Events.h"
+#include "HeapObjects.h"
 #include "WrappedVm.h"
 
 namespace bridge {
 
-// Not offered yet: an error says so, instead of an enumeration of nothing.
-static jint enumerate(JNIEnv*, jint, jint, JVMMI_Callback, void*) { return JNI_ERR; }
+// Not offered yet: an error says so.
 static jint threadDump(JNIEnv*) { return JNI_ERR; }
 
 static constinit JVMMI_Interface monitoring[] = {
-    {JVMMI_VERSION_1_2, registerJvmmi, enumerate},
-    {JVMMI_VERSION_2_1, registerJvmmi, enumerate},
+    {JVMMI_VERSION_1_2, registerJvmmi, enumerateObjects},
+    {JVMMI_VERSION_2_1, registerJvmmi, enumerateObjects},
 };
 static constinit RAS_Interface ras = {RAS_VERSION, threadDump};
 

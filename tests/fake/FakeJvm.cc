@@ -76,6 +76,7 @@ struct FakeTables {
   }
   static jint enumerate(JNIEnv* env, jint what, jint, JVMMI_Callback callback, void* userData) {
     if (what != JVMMI_ENUMERATE_OBJECTS) fakeJvmFails("Enumerate", "only objects are provided");
+    if (FakeJvm::current().enumerationResult != 0) return FakeJvm::current().enumerationResult;
     for (JVMMI_Event object : FakeJvm::current().heapObjects) {
       object.event = JVMMI_EVENT_OBJECT;
       callback(env, &object, userData, FakeJvm::current().threadOf(env)->id());

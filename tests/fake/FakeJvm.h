@@ -86,6 +86,7 @@ class FakeJvm {
   bool listens(jint jvmmiEvent);
   void raise(JVMMI_Event event);
   std::vector<JVMMI_Event> heapObjects;  // what an enumeration finds
+  jint enumerationResult = 0;            // anything else: it finds nothing
   jint threadDumpResult = 0;
   std::function<void()> onThreadDump;
 

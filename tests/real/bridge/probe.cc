@@ -310,12 +310,10 @@ JNIEXPORT jlong JNICALL Java_Probe_cpuTime(JNIEnv*, jclass) {
   return jvmpi->GetCurrentThreadCpuTime();
 }
 JNIEXPORT jint JNICALL Java_Probe_notOffered(JNIEnv* env, jclass) {
-  JVMPI_HeapDumpArg level{2};
-  return (jvmpi->RequestEvent(JVMPI_EVENT_HEAP_DUMP, &level) == JVMPI_NOT_AVAILABLE) +
-         (ras->ThreadDump(env) != 0) +
-         (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) !=
-          0) +
-         (jvmmi->Register(onJvmmi, nullptr, 3) != 0);
+  return (ras->ThreadDump(env) != 0) + (jvmmi->Register(onJvmmi, nullptr, 3) != 0) +
+         (jvmmi->Enumerate(env, 0, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) != 0) +
+         (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, nullptr, nullptr) !=
+          0);
 }
 JNIEXPORT void JNICALL Java_Probe_runGc(JNIEnv*, jclass) { jvmpi->RunGC(); }
 }

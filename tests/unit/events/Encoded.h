@@ -12,17 +12,9 @@
 
 #include "events/Events.h"
 #include "events/ProtocolVisitor.h"
+#include "fake/Bytes.h"
 
 // Records as byte strings, and what the protocol's page says they are.
-
-inline std::string bytes(std::string_view hex) {
-  std::string digits, result;
-  for (const char c : hex)
-    if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-    result += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  return result;
-}
 
 inline std::string hex(std::string_view text) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
