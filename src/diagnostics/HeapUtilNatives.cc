@@ -1,4 +1,5 @@
 // Heap summaries for Java: one line per class, appended to a StringBuffer of the caller's.
+#define VEL_TRACED_FILE "heapdump.cc"
 #include <com_velora_command_heap_HeapUtil.h>
 
 #include <cstdlib>
@@ -20,14 +21,14 @@ static JVMMI_Interface* obtainMonitoring() {
 }
 
 jint testHeapEnvironment() {
-  VEL_TRACE_AS("heapdump.cc");
+  VEL_TRACE_AS(VEL_TRACED_FILE);
   if (obtainMonitoring()) return kHeapOk;
   traceMin("Failed to obtain jvmmi handle for heap dump");
   return kHeapNoInterface;
 }
 
 jint getHeapDump1(JNIEnv* env, char** returnString) {
-  VEL_TRACE_AS("heapdump.cc");
+  VEL_TRACE_AS(VEL_TRACED_FILE);
   *returnString = nullptr;
   JVMMI_Interface* monitoring = obtainMonitoring();
   if (!monitoring) return kHeapOk;
@@ -76,20 +77,10 @@ static jint appendDump(JNIEnv* env, jobject buffer) {
   return appendTo(env, buffer, lastHeapDumpSummary().c_str());
 }
 
-VEL_NATIVE(jint, Java_com_velora_command_heap_HeapUtil_testHeapDumpEnvironmentNative)
-(JNIEnv*, jclass) {
-  VEL_TRACE_AS("heapdump.cc");
-  return shielded(kHeapNoInterface, testHeapEnvironment);
-}
-
-VEL_NATIVE(jint, Java_com_velora_command_heap_HeapUtil_getHeapSnapShotData)
-(JNIEnv* env, jclass, jobject buffer) {
-  VEL_TRACE_AS("heapdump.cc");
-  return shielded(kHeapNoInterface, [=] { return appendSnapshot(env, buffer); });
-}
-
-VEL_NATIVE(jint, Java_com_velora_command_heap_HeapUtil_getHeapDumpData)
-(JNIEnv* env, jclass, jobject buffer) {
-  VEL_TRACE_AS("heapdump.cc");
-  return shielded(kHeapNoInterface, [=] { return appendDump(env, buffer); });
-}
+VEL_ANSWER(jint, kHeapNoInterface,
+           Java_com_velora_command_heap_HeapUtil_testHeapDumpEnvironmentNative, (),
+           testHeapEnvironment())
+VEL_ANSWER(jint, kHeapNoInterface, Java_com_velora_command_heap_HeapUtil_getHeapSnapShotData,
+           (jobject buffer), appendSnapshot(env, buffer))
+VEL_ANSWER(jint, kHeapNoInterface, Java_com_velora_command_heap_HeapUtil_getHeapDumpData,
+           (jobject buffer), appendDump(env, buffer))

@@ -74,6 +74,7 @@ CONTROL = "probe.ProbeController."
 SYSTEM = "probe.ProbeSystem."
 PORTAL = "avportal.PortalUtils."
 COMMAND = "command.CommandAgent."
+HEAP = "command.heap.HeapUtil."
 PERF = "command.monitoring.PerfSummaryImpl."
 EXTREMES = (-(1 << 31), (1 << 31) - 1)
 
@@ -346,6 +347,7 @@ AGENT = [
         "av5.AVSServer.getDataSources", "av5.ProbeService.getSystemProperties",
         "av6.ProbeService.getSystemProperties", "probe.ProbePMI.initializeProbe",
         "bcm.bootstrap.BcmBootstrap.defineNativeMethodsForClassNative",
+        HEAP + "testHeapDumpEnvironmentNative",
         PERF + "getDiskSpace", PERF + "getTotalPhysicalMemory", PERF + "getVM",
         "network.NetworkAgent.initCppSide",
         "probe.event.EventAgent.getEvtAgentCount", "probe.event.NetworkAgent.getNetAgentCount",
@@ -363,10 +365,12 @@ AGENT = [
 
 SCENARIOS = REQUESTS + PROCESSES + PORTAL_SCENARIOS + CODE + AGENT
 
-# Natives that watch the machine for a second or two, or for as long as they are told.
+# Natives that watch the machine for a second or two, or for as long as they are told; and those
+# that stop the JVM to count its objects.
 SAMPLERS = [
     *silent(SYSTEM + "nativeUpdateAppServerCPU", SYSTEM + "nativeUpdatePlatformCPU",
-            PERF + "getDiskIO", PERF + "getNetworkIO"),
+            PERF + "getDiskIO", PERF + "getNetworkIO",
+            HEAP + "getHeapSnapShotData", HEAP + "getHeapDumpData"),
     *[s for millis in (1, 0, -1, EXTREMES[0])
       for s in silent(PERF + "getPagingRate", given={0: millis})],
 ]
