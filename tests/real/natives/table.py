@@ -74,7 +74,7 @@ CONTROL = "probe.ProbeController."
 SYSTEM = "probe.ProbeSystem."
 PORTAL = "avportal.PortalUtils."
 COMMAND = "command.CommandAgent."
-HEAP = "command.heap.HeapUtil."
+HEAP_UTIL = "command.heap.HeapUtil."
 PERF = "command.monitoring.PerfSummaryImpl."
 EXTREMES = (-(1 << 31), (1 << 31) - 1)
 
@@ -347,7 +347,7 @@ AGENT = [
         "av5.AVSServer.getDataSources", "av5.ProbeService.getSystemProperties",
         "av6.ProbeService.getSystemProperties", "probe.ProbePMI.initializeProbe",
         "bcm.bootstrap.BcmBootstrap.defineNativeMethodsForClassNative",
-        HEAP + "testHeapDumpEnvironmentNative",
+        HEAP_UTIL + "testHeapDumpEnvironmentNative",
         PERF + "getDiskSpace", PERF + "getTotalPhysicalMemory", PERF + "getVM",
         "network.NetworkAgent.initCppSide",
         "probe.event.EventAgent.getEvtAgentCount", "probe.event.NetworkAgent.getNetAgentCount",
@@ -370,7 +370,7 @@ SCENARIOS = REQUESTS + PROCESSES + PORTAL_SCENARIOS + CODE + AGENT
 SAMPLERS = [
     *silent(SYSTEM + "nativeUpdateAppServerCPU", SYSTEM + "nativeUpdatePlatformCPU",
             PERF + "getDiskIO", PERF + "getNetworkIO",
-            HEAP + "getHeapSnapShotData", HEAP + "getHeapDumpData"),
+            HEAP_UTIL + "getHeapSnapShotData", HEAP_UTIL + "getHeapDumpData"),
     *[s for millis in (1, 0, -1, EXTREMES[0])
       for s in silent(PERF + "getPagingRate", given={0: millis})],
 ]
