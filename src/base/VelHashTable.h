@@ -77,10 +77,7 @@ class VelHashTable : public virtual VeloraBase {
   // Makes every bucket's platform lock before the table is shared.
   void preInitLocks() {
     VEL_TRACE();
-    for (int i = 0; i < size_; ++i) {
-      enterLock(i);
-      exitLock(i);
-    }
+    for (int i = 0; i < size_; ++i) const Locked makesTheMonitor(*this, i);
   }
 
  private:
@@ -91,25 +88,28 @@ class VelHashTable : public virtual VeloraBase {
       (std::is_same_v<Pointee, char> || std::is_same_v<Pointee, signed char> ||
        std::is_same_v<Pointee, unsigned char>);
 
+  // A lock that could not be taken may exist by the end of the block and be another thread's.
   class Locked {
    public:
-    Locked(VelHashTable& table, int index) : table_(table), index_(index) {
-      table_.enterLock(index_);
+    Locked(VelHashTable& table, int index)
+        : table_(table), index_(index), entered_(table.enterLock(index)) {}
+    ~Locked() {
+      if (entered_) table_.exitLock(index_);
     }
-    ~Locked() { table_.exitLock(index_); }
     Locked(const Locked&) = delete;
     Locked& operator=(const Locked&) = delete;
 
    private:
     VelHashTable& table_;
-    int index_;
+    const int index_;
+    const bool entered_;
   };
 
   int hash(const K& key) const;
   bool same(const K& a, const K& b) const;
   Node* lookup_bucket(const K& key, int index) const;
-  void enterLock(int index) VEL_NO_THREAD_SAFETY_ANALYSIS {
-    if (hashLock_) hashLock_[static_cast<std::size_t>(index)].enterLock();
+  bool enterLock(int index) VEL_NO_THREAD_SAFETY_ANALYSIS {
+    return hashLock_ && hashLock_[static_cast<std::size_t>(index)].enterLock();
   }
   void exitLock(int index) VEL_NO_THREAD_SAFETY_ANALYSIS {
     if (hashLock_) hashLock_[static_cast<std::size_t>(index)].exitLock();

@@ -68,32 +68,35 @@ class VelList : public virtual VeloraBase {
     VEL_TRACE();
     return new VelListIter<T>(this);
   }
-  void enterLock() VEL_NO_THREAD_SAFETY_ANALYSIS {
-    if (hashLock_) hashLock_->enterLock();
-  }
+  // False where there is no lock to hold; only who got it gives it back.
+  bool enterLock() VEL_NO_THREAD_SAFETY_ANALYSIS { return hashLock_ && hashLock_->enterLock(); }
   void exitLock() VEL_NO_THREAD_SAFETY_ANALYSIS {
     if (hashLock_) hashLock_->exitLock();
   }
   void preInitLocks() {
     VEL_TRACE();
-    enterLock();
-    exitLock();
+    const Locked makesTheMonitor(*this);
   }
 
- private:
-  friend class VelListIter<T>;
-  using Node = VelBucket<T>;
-
+  // Holds the list's lock, where it has one, to the end of a block. A lock that could not be taken
+  // may exist by then and be another thread's.
   class Locked {
    public:
-    explicit Locked(VelList& list) : list_(list) { list_.enterLock(); }
-    ~Locked() { list_.exitLock(); }
+    explicit Locked(VelList& list) : list_(list), entered_(list.enterLock()) {}
+    ~Locked() {
+      if (entered_) list_.exitLock();
+    }
     Locked(const Locked&) = delete;
     Locked& operator=(const Locked&) = delete;
 
    private:
     VelList& list_;
+    const bool entered_;
   };
+
+ private:
+  friend class VelListIter<T>;
+  using Node = VelBucket<T>;
 
   bool same(const T& a, const T& b) const {
     if constexpr (std::is_convertible_v<T, const char*>)

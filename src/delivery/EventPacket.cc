@@ -34,11 +34,10 @@ struct EventAgent::Packet {
 // Others append to the list meanwhile; what they add is for the next cycle.
 std::vector<ThreadData*> EventAgent::threads() {
   std::vector<ThreadData*> all;
-  thrList_.enterLock();
+  const VelList<ThreadData*>::Locked locked(thrList_);
   all.reserve(static_cast<std::size_t>(thrList_.size()));
   const std::unique_ptr<VelListIter<ThreadData*>> each(thrList_.iterator());
   while (each->hasNext()) all.push_back(each->next());
-  thrList_.exitLock();
   return all;
 }
 

@@ -8,7 +8,7 @@ class LockIfMade {
  public:
   explicit LockIfMade(const Published<VelOsLock>& lock) : LockIfMade(lock.get()) {}
   explicit LockIfMade(VelOsLock* lock) VEL_NO_THREAD_SAFETY_ANALYSIS : lock_(lock) {
-    if (lock_) lock_->enterLock();
+    if (lock_ && !lock_->enterLock()) lock_ = nullptr;
   }
   ~LockIfMade() VEL_NO_THREAD_SAFETY_ANALYSIS {
     if (lock_) lock_->exitLock();

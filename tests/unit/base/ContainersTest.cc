@@ -93,6 +93,23 @@ TEST(VelList, ComparesTextsOnlyWhenAsked) {
   }
 }
 
+// The fake JVM fails whoever leaves a monitor that he did not enter.
+TEST(VelList, GivesBackOnlyTheLockThatItGot) {
+  FakeJvm jvm;
+  VelList<int> list(true, false);
+  {
+    const VelList<int>::Locked withoutProfiler(list);
+    jvm.givesProfiler();
+    list.preInitLocks();
+  }
+  EXPECT_EQ(FakeJvm::heldMonitors(), 0);
+  {
+    const VelList<int>::Locked locked(list);
+    EXPECT_EQ(FakeJvm::heldMonitors(), 1);
+  }
+  EXPECT_EQ(FakeJvm::heldMonitors(), 0);
+}
+
 TEST(VelList, ManyThreadsLoseNothing) {
   FakeJvm jvm;
   jvm.givesProfiler();
