@@ -107,12 +107,13 @@ ULONG vmSizeBytes(std::string_view status) {
 }
 
 std::uint64_t pageIns(std::string_view stat) {
-  Scan scan(stat);
-  for (int entry = 0; entry < 2; ++entry) {
-    scan.word();
-    scan.numbers<4>();
-  }
-  scan.word();
+  constexpr std::string_view kLabel = "page ";
+  Lines lines(stat, stat.npos);
+  lines.next();
+  lines.next();
+  const auto third = lines.next().value_or("");
+  if (!third.starts_with(kLabel)) return 0;
+  Scan scan(third.substr(kLabel.size()));
   const auto in = scan.number();
   return in && scan.number() ? *in : 0;
 }

@@ -24,8 +24,8 @@ double busyTicks(std::string_view stat);
 // "VmSize:" of /proc/<pid>/status in bytes, which callers expect in 32 bits: 4 GiB wraps.
 ULONG vmSizeBytes(std::string_view status);
 
-// The first number of the third entry of /proc/stat, where old kernels had "page". Entries are read
-// as a stream of words: a label and four numbers, twice, then a label and two numbers.
+// The first of the two numbers of the "page" line of /proc/stat, which is the third where a kernel
+// has it; 0 where that line is another one.
 std::uint64_t pageIns(std::string_view stat);
 
 // MHz from /proc/cpuinfo; `current` when the text has none.

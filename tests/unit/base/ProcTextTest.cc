@@ -56,7 +56,10 @@ TEST(ProcText, BusyTicks) {
 TEST(ProcText, PageIns) {
   const std::tuple<const char*, const char*, std::uint64_t> cases[] = {
       {"page third", "cpu 1 2 3 4\ncpu0 1 2 3 4\npage 700 800\nswap 1 2\n", 700},
-      {"page elsewhere", "cpu 1 2 3 4\ncpu0 1 2 3 4\ncpu1 a 2 3 4\npage 700 800\n", 0},
+      {"page elsewhere", "cpu 1 2 3 4\ncpu0 1 2 3 4\ncpu1 6 7 3 4\npage 700 800\n", 0},
+      {"the first two lines are as long as they are",
+       "cpu 1 2 3 4 5 6 7 8 9 10\ncpu0 1 2\npage 700 800\n", 700},
+      {"numbers of the next line", "cpu 1 2 3 4\ncpu0 1 2 3 4\npage 700\n800 9\n", 0},
       {"of today", "cpu  1 2 3 4 5 6 7 8 9 10\ncpu0 1 2 3 4 5 6 7 8 9 10\nintr 5 6 7\n", 0},
       {"one number", "cpu 1 2 3 4\ncpu0 1 2 3 4\npage 700", 0},
       {"empty", "", 0},
