@@ -58,7 +58,8 @@ void AppScan::scanDir(const std::string& dir) {
     if (!visited_.emplace(status.st_dev, status.st_ino, patternBeginning(dir)).second) return;
     entries = entriesOf(opened.get());
   }
-  for (const auto& [name, mayBeDirectory] : entries) takeEntry(dir + "/" + name, mayBeDirectory);
+  for (const auto& [name, mayBeDirectory] : entries)
+    takeEntry(std::string(dir).append("/").append(name), mayBeDirectory);
 }
 
 void AppScan::takeEntry(const std::string& path, bool mayBeDirectory) {
