@@ -96,7 +96,9 @@ static bool has(JNIEnv* env, const void* piece, const char* complaint) {
   return false;
 }
 
-static bool fillDumpInfo(JNIEnv* env, jobject info, const char* filename, long offset) {
+bool ThreadQueries::fillThreadDumpInfo(JNIEnv* env, jobject info, const char* filename,
+                                       long offset) {
+  VEL_TRACE();
   const LocalRef<jclass> type(env, env->GetObjectClass(info));
   if (!has(env, type, "Can't get ThreadDumpInfo class")) return false;
   const jmethodID setFileName = env->GetMethodID(type, "setFileName", "(Ljava/lang/String;)V");
@@ -120,7 +122,7 @@ jint ThreadQueries::generateThreadDump(JNIEnv* env, jobject threadDumpInfo) {
   char filename[kDumpPathSize] = "";
   long offset = 0;
   if (const int failure = ::generateThreadDump(env, filename, &offset)) return failure;
-  if (!fillDumpInfo(env, threadDumpInfo, filename, offset)) return -1;
+  if (!fillThreadDumpInfo(env, threadDumpInfo, filename, offset)) return -1;
   traceMax("offset of %s is %d", static_cast<const char*>(filename), static_cast<int>(offset));
   return 0;
 }

@@ -20,6 +20,8 @@ class ThreadQueries {
   static jobjectArray getStackTrace(JNIEnv* env, jint threadId, jint maxDepth, jint jvmVendor);
   // Fills in a ThreadDumpInfo. 0, or what the dump answered, or -1.
   static jint generateThreadDump(JNIEnv* env, jobject threadDumpInfo);
+  // Through its setters; false when it lacks one, or one of them raised.
+  static bool fillThreadDumpInfo(JNIEnv* env, jobject info, const char* filename, long offset);
 
   // The four bytes of the calling thread's cross-process token, zeros if it has none.
   static jbyteArray getNativeGpsToken(JNIEnv* env);
