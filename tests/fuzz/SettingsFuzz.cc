@@ -22,10 +22,11 @@ static std::vector<std::string> plainLines(const std::string& text) {
   return lines;
 }
 
-// The first two bytes say how often the rest comes, so that lines also lie across two reads.
+// Mostly the file is the input itself. A first byte from 240 on says that it comes many times over,
+// so that lines also lie across two reads; the second byte says how many.
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  if (size < 2) return 0;
-  const std::size_t times = (data[0] | data[1] << 8) % (1 + (100u << 10) / size);
+  if (size < 3) return 0;
+  const std::size_t times = data[0] < 240 ? 0 : (data[1] << 9) / size;
   std::string text;
   for (std::size_t i = 0; i <= times; ++i)
     text.append(reinterpret_cast<const char*>(data) + 2, size - 2);
