@@ -17,6 +17,7 @@ public final class StarterTest {
   public static void main(String[] args) throws Exception {
     Calls.refused = args.length > 0 ? args[0] : "";
     System.setProperty("am.appserver", "till");
+    System.setProperty("velora.gps.region", "01");
     String said = start();
     switch (Calls.refused) {
       case "":
@@ -55,8 +56,8 @@ public final class StarterTest {
       }
     }
     List<String> calls = Calls.taken();
-    Check.same("order", Arrays.asList("service", PROBE, "start"), calls.subList(0, 3));
-    calls.subList(0, 3).clear();
+    Check.same("order", Arrays.asList("service", PROBE, "tokens|01", "start"), calls.subList(0, 4));
+    calls.subList(0, 4).clear();
     calls.sort(null);
     Check.same(
         "agents, each on a daemon thread of its own",

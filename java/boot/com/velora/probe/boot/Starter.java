@@ -42,7 +42,10 @@ public final class Starter {
     }
   }
 
-  /** Null, or which step failed. The order is the managers': service, settings, probe. */
+  /**
+   * Null, or which step failed. The order is the managers': service, settings, tokens, probe. Servers
+   * that report to one place have token regions of their own where that property gives them one.
+   */
   private static String startNativeSide() {
     if (!ProbeUtils.customServiceStart()) {
       return "the native service did not start";
@@ -50,6 +53,7 @@ public final class Starter {
     if (!ProbeSystem.initializeProbe()) {
       return "the native probe refused its settings";
     }
+    ProbeController.setupGps(System.getProperty("velora.gps.region", ""));
     ProbeController.startNativeProbe();
     return null;
   }

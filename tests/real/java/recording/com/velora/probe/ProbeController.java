@@ -4,6 +4,10 @@ package com.velora.probe;
 public final class ProbeController {
   private ProbeController() {}
 
+  public static void setupGps(String regMask) {
+    Calls.note("tokens", regMask);
+  }
+
   public static void startNativeProbe() {
     Calls.note("start");
   }
