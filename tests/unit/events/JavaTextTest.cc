@@ -45,6 +45,7 @@ TEST_F(JavaTexts, TakenFromJava) {
     return text;
   }();
   const std::string pairs = std::string(65'530, 'x') + kPair + kPair;
+  const std::string zeros = std::string(65'534, 'x') + "\xC0\x80";
   const std::tuple<const char*, std::string, std::size_t, std::string, bool> cases[] = {
       {"empty", "", 10, "", false},
       {"whole", "na\xC3\xAFve", 10, "na\xC3\xAFve", false},
@@ -55,6 +56,8 @@ TEST_F(JavaTexts, TakenFromJava) {
       {"long", longText, kMaxTextBytes, longText, false},
       {"longer than a record holds", accents, kMaxTextBytes, accents.substr(0, 65'534), true},
       {"a pair at the very end", pairs, kMaxTextBytes, pairs.substr(0, 65'530), true},
+      {"a coded zero that fits", zeros, kMaxTextBytes + 1, zeros, false},
+      {"a coded zero at the very end", zeros, kMaxTextBytes, zeros.substr(0, 65'534), true},
   };
   for (const auto& [why, text, limit, kept, cut] : cases) {
     SCOPED_TRACE(why);
