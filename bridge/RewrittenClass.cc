@@ -1,7 +1,6 @@
 #include "RewrittenClass.h"
 
 #include <cstring>
-#include <ranges>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -79,10 +78,10 @@ static bool walkClass(Walk& walk) {
 std::size_t dropNamelessExceptions(unsigned char* bytes, std::size_t length) {
   Walk walk({bytes, length});
   if (!walkClass(walk)) return length;
-  for (const Cut& cut : walk.cuts | std::views::reverse) {
-    std::memmove(bytes + cut.begin, bytes + cut.end, length - cut.end);
-    length -= cut.end - cut.begin;
-    if (bytes[cut.attributes + 1]-- == 0) --bytes[cut.attributes];  // a number of two bytes
+  for (auto cut = walk.cuts.rbegin(); cut != walk.cuts.rend(); ++cut) {
+    std::memmove(bytes + cut->begin, bytes + cut->end, length - cut->end);
+    length -= cut->end - cut->begin;
+    if (bytes[cut->attributes + 1]-- == 0) --bytes[cut->attributes];  // a number of two bytes
   }
   return length;
 }
