@@ -17,11 +17,12 @@ struct jclass_t;
 struct jmethod_t {
   std::unique_ptr<char[]> method_name;
   std::unique_ptr<char[]> method_signature;
-  jmethodID method_id = nullptr;  // null once the class has been unloaded
-  jclass_t* clazz = nullptr;      // not owned; null in a clone
-  jmethod_t* next = nullptr;      // in its bucket
-  int type = -1;                  // -1: not set
-  unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
+  jmethodID method_id =
+      nullptr;                // null once the class was unloaded; changes under its bucket's lock
+  jclass_t* clazz = nullptr;  // not owned; null in a clone
+  jmethod_t* next = nullptr;  // in its bucket
+  int type = -1;              // -1: not set
+  unsigned bucket = 0;        // kept: the id is cleared when the class is unloaded
 
   jmethod_t() = default;
   jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner);
@@ -33,6 +34,7 @@ struct jmethod_t {
   void copyTo(jmethod_t& target) const;
   void addToMethodTable();
   void removeFromMethodTable();
+  void forgetId();  // it stays in its bucket, where no look-up finds it any more
 };
 
 // One class that the agent knows, with its methods. A registered record belongs to the tables and

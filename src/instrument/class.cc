@@ -121,7 +121,7 @@ void jclass_t::removeFromClassTable() {
 static void forgetIds(jclass_t& unloaded) {
   unloaded.class_id = nullptr;
   for (int i = 0; i < unloaded.num_methods; ++i)
-    unloaded.methods[static_cast<std::size_t>(i)].method_id = nullptr;
+    unloaded.methods[static_cast<std::size_t>(i)].forgetId();
 }
 
 void jclass_t::markDirty() {
@@ -280,20 +280,23 @@ std::unique_ptr<jclass_t> takeUnloaded(const char* name) {
   return unlinkAfter(*before);
 }
 
+// Two threads that asked for the class at the same time have entered it twice: all entries go, one
+// is reported.
 std::unique_ptr<jclass_t> takeUnloaded(jobjectID class_id) {
   VEL_TRACE();
   if (!class_id) return nullptr;
+  const bool atOnce = CLASSULOAD_CLEANUP == -1;
+  std::unique_ptr<jclass_t> record;
   LockIfMade locked(class_list_lock);
-  jclass_t* before =
-      findBefore([class_id](const jclass_t& node) { return node.class_id == class_id; });
-  if (!before) return nullptr;
-  if (CLASSULOAD_CLEANUP == -1) {
-    before->next->delete_flag = 1;
-    return unlinkAfter(*before);
+  while (jclass_t* before =
+             findBefore([class_id](const jclass_t& node) { return node.class_id == class_id; })) {
+    if (!record) record.reset(before->next->clone());
+    if (atOnce)
+      unlinkAfter(*before);
+    else
+      forgetIds(*before->next);
   }
-  std::unique_ptr<jclass_t> copy(before->next->clone());
-  forgetIds(*before->next);
-  return copy;
+  return record;
 }
 
 void reapplyFilter() {

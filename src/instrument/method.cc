@@ -74,6 +74,11 @@ void jmethod_t::removeFromMethodTable() {
   }
 }
 
+void jmethod_t::forgetId() {
+  LockIfMade locked(lockOfBucket(bucket));
+  method_id = nullptr;
+}
+
 bool visitMethod(jmethodID method_id, const std::function<void(const jmethod_t&)>& use) {
   VEL_TRACE();
   if (!methodHash() || !method_id) return false;

@@ -90,6 +90,26 @@ TEST_F(ClassTable, DirtyClassesGoInBatches) {
   EXPECT_EQ(count(), 2);
 }
 
+TEST_F(ClassTable, ClassThatWasEnteredTwiceIsReportedOnce) {
+  for (const int cleanup : {-1, 1}) {
+    CLASSULOAD_CLEANUP = cleanup;
+    load("a.Oldest", 1);
+    load("a.Twice", 2);
+    load("a.Twice", 2);
+    const auto record = takeUnloaded(id(2));
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->class_id, id(2));
+    EXPECT_EQ(record->delete_flag, 1);
+    EXPECT_EQ(record->methods[0].method_id, reinterpret_cast<jmethodID>(0x10008));
+    EXPECT_EQ(takeUnloaded(id(2)), nullptr);
+    EXPECT_EQ(takeUnloaded("a/Twice"), nullptr) << "what is dirty has been reported";
+    jclass_t::cleanupDirtyClasses();
+    EXPECT_EQ(count(), 1);
+    deleteClassTable();
+    createClassTable();
+  }
+}
+
 TEST_F(ClassTable, EventsWithoutMethods) {
   EXPECT_EQ(load("a.Negative", 1, -1)->num_methods, 0);
   EXPECT_EQ(load("a.None", 2, 0)->num_methods, 0);

@@ -82,6 +82,10 @@ class TableStress : public testing::TestWithParam<int> {
       if (copies.size() < 20) copies.emplace_back(known.clone());
     });
     for (const auto& copy : copies) EXPECT_EQ(copy->num_methods, kMethods);
+    visitMethod(reinterpret_cast<jmethodID>(8), [](const jmethod_t& method) {
+      EXPECT_STREQ(method.method_name.get(), "work");
+      EXPECT_EQ(std::string(method.clazz->class_name.get()).substr(0, 3), "s/C");
+    });
     getClassForName("s/none");
     getClassEntry(idOf(-2));
     if (i % 32 == 31)
