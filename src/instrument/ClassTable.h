@@ -17,12 +17,11 @@ struct jclass_t;
 struct jmethod_t {
   std::unique_ptr<char[]> method_name;
   std::unique_ptr<char[]> method_signature;
-  jmethodID method_id =
-      nullptr;                // null once the class was unloaded; changes under its bucket's lock
-  jclass_t* clazz = nullptr;  // not owned; null in a clone
-  jmethod_t* next = nullptr;  // in its bucket
-  int type = -1;              // -1: not set
-  unsigned bucket = 0;        // kept: the id is cleared when the class is unloaded
+  jmethodID method_id = nullptr;  // null once unloaded; changes under the lock of its bucket
+  jclass_t* clazz = nullptr;      // not owned; null in a clone
+  jmethod_t* next = nullptr;      // in its bucket
+  int type = -1;                  // -1: not set
+  unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
 
   jmethod_t() = default;
   jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner);
