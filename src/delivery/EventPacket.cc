@@ -1,4 +1,5 @@
 // How an event agent fills a packet, and how it sheds what has no place.
+#include <algorithm>
 #include <memory>
 
 #include "base/Messages.h"
@@ -20,7 +21,9 @@ struct EventAgent::Packet {
         fillLimit(end - kReserve),
         cursor(buffer + kHeaderRoom) {}
   long room() const { return end - cursor; }
-  long mostRoom() const { return end - start - kHeaderRoom; }
+  long mostForOne() const {
+    return std::min<long>(end - start - kHeaderRoom, ProtocolVisitor::kMaxRecordSize);
+  }
 
   char* const start;
   char* const end;
@@ -102,7 +105,7 @@ void EventAgent::drain(ThreadData* thr, Packet& packet) {
     Event* evt = queue->pop();
     if (!evt) return;
     const auto bytes = static_cast<long>(ProtocolVisitor::recordSize(*evt));
-    if (bytes > packet.mostRoom()) {
+    if (bytes > packet.mostForOne()) {
       _logWarn(__FILE_NAME__, __LINE__,
                LogText("Event of type %d dropped, its record of %ld bytes fits no packet",
                        static_cast<int>(evt->getType()), bytes));

@@ -24,6 +24,7 @@ class ProtocolVisitor : public virtual VeloraBase {
   static int recordSize(const Event& e);
 
   static constexpr int kPacketHeaderSize = 7;
+  static constexpr int kMaxRecordSize = 1 << 20;    // no receiver takes more
   static constexpr int kMaxInitRecordsSize = 4096;  // generic and J2EE, or standalone
   void addPacketHeaderRecord(int count, char** buff);
   void addInitRecord(char** buff);

@@ -11,8 +11,10 @@ import re
 import unittest
 
 from driver import UNASKED, Driver, key, plan
+from javavalues import RepeatedList
 from rounds import BIG, ODD, ROUNDS
-from table import ANNOUNCED, ELSEWHERE, SAMPLERS, SCENARIOS
+from table import (ANNOUNCED, COMMAND, ELSEWHERE, LOCK, PORTAL, SAMPLERS, SCENARIOS, SYSTEM,
+                   THREADS, UTILS)
 
 JARS = os.environ["VELORA_TEST_JARS"].split(":")
 CATALOGUE = pathlib.Path(__file__).parents[3] / "docs" / "NATIVES.md"
@@ -75,7 +77,7 @@ class Natives(unittest.TestCase):
         self.assertEqual(driver.jvm.process.returncode, status, driver.text()[-3000:])
         self.assertEqual(driver.jvm.crash_files(), [])
         complaints = [line for line in driver.text().splitlines()
-                      if "WARNING in native" in line or "FATAL ERROR in native" in line]
+                      if re.search("(WARNING|FATAL ERROR) in native|WARNING:? JNI", line)]
         self.assertEqual(complaints, [])
 
     def assertNested(self, records):
@@ -128,6 +130,51 @@ class Natives(unittest.TestCase):
 
     def test_many_threads(self):
         self.check([ROUNDS["ordinary"], ROUNDS["odd"]], MANY)
+
+    def test_a_record_too_large_to_be_taken(self):
+        """It is given up and counted by the agent, and not sent for the collector to stumble on."""
+        methods = [RepeatedList(1, 65_535), RepeatedList("element", 65_535),
+                   RepeatedList("()V", 65_535)]
+        call = ["com.velora.probe.l3trace.BcmRuntime.sendClassEventNative", 1, "Large", *methods]
+        with Driver(JARS) as driver:
+            driver.connected()
+            self.assertEqual(driver.ask(*call), "true")
+            figures = driver.drained()
+            driver.end()
+            self.assertEqual((figures["lost.tooLarge"], figures["lost"]), (1, 1))
+            self.assertEqual([r for r in driver.collector.records() if r["record"] == "MALFORMED"],
+                             [])
+
+    def test_answers(self):
+        with Driver(JARS) as driver:
+            self.assertEqual(driver.ask("com.velora." + THREADS + "issueTraceRequest"), "null")
+            self.assertEqual(driver.run(["com.velora." + THREADS + "issueTraceRequest"]), [])
+            me = int(driver.ask("com.velora." + THREADS + "getEnv"))
+            pid = driver.jvm.process.pid
+            for name, args, answer in (
+                    (UTILS + "getBuildTime", [], r"TIME : \S+ DATE: .+"),
+                    (UTILS + "getNativeGpsToken", [], r"\[0, 0, 0, 0\]"),
+                    (COMMAND + "getThreadId", ["caller-0", "main"], r"-?[1-9]\d*"),
+                    (COMMAND + "getThreadId", ["caller-0", "system"], "0"),
+                    (COMMAND + "generateThreadDump", [None], "-1"),
+                    (THREADS + "getNativeThreadStatus", [me], "1"),
+                    (THREADS + "getNativeThreadStatus", [1], "-1"),
+                    (THREADS + "getStackTrace", [me, 1, 0],
+                     r"\[com/velora/probe/ThreadManager, getStackTrace, \(III\)\[Ljava/lang/String;\]"),
+                    (THREADS + "getStackTrace", [1, 1, 0], r"\[null, null, null\]"),
+                    (SYSTEM + "getProcessId", [], str(pid)),
+                    (SYSTEM + "getArgumentVector", [], r"\[.*-Xcheck:jni.*\]"),
+                    (SYSTEM + "nativeGetTimeMicroSeconds", [], r"\d{1,6}"),
+                    (SYSTEM + "nativeGetCurrentThreadID", [], str(me)),
+                    (PORTAL + "startGatewayServletRequest", [], "null"),
+                    (PORTAL + "getServletDepth", [], "1"),
+                    (LOCK, [7, "", 1, 1, "", "", 1, 1], "false"),
+                    (LOCK, [1, "", 1, 1, "", "", 1, 1], "true"),
+                    (PORTAL + "getServletDepth", [], "2")):
+                with self.subTest(name=name, args=args):
+                    self.assertRegex(driver.ask("com.velora." + name, *args), f"^{answer}$")
+            driver.end()
+            self.assertUnharmed(driver)
 
     def test_samplers(self):
         self.check([ROUNDS["ordinary"]], MANY, SAMPLERS)
