@@ -7,10 +7,18 @@ import threading
 
 from harness import PATIENCE, Collector, Home, Jvm, wait_until
 from javavalues import written
-from rounds import ORDINARY
 
 # What comes without a call: of the connection, and of the JVM itself.
 UNASKED = {"HEADER", "INIT", "INIT_J2EE", "GC_START", "GC_END"}
+
+
+def asked(record):
+    """Whether a call has made it. Of a class that Java announced the object's id is its number."""
+    if record["record"] == "CLASS_UNLOAD":
+        return record["classObjectId"] == record["sequenceID"]
+    return record["record"] not in UNASKED
+
+
 # Nothing of what a test calls may be turned away or cut by a setting.
 ROOMY = {"internal.memory.limit": 1_000, "internal.probe.event.queue.size.limit": 1_000_000,
          "internal.sql.limit": 100_000, "internal.url.limit": 100_000,
@@ -78,6 +86,10 @@ class Driver:
         """One call; returns its result as text."""
         self.jvm.tell("ask " + "\t".join([name, *map(written, args)]))
         return self.jvm.expect("answer ")
+
+    def records(self):
+        """What the collector has seen of the calls."""
+        return [r for r in self.collector.records() if asked(r)]
 
     def report(self):
         """The loss report as numbers."""

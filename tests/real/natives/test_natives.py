@@ -10,7 +10,7 @@ import pathlib
 import re
 import unittest
 
-from driver import UNASKED, Driver, key, plan
+from driver import Driver, key, plan
 from javavalues import RepeatedList
 from rounds import BIG, ODD, ROUNDS
 from table import (ANNOUNCED, COMMAND, ELSEWHERE, LOCK, PORTAL, SAMPLERS, SCENARIOS, SYSTEM,
@@ -100,11 +100,11 @@ class Natives(unittest.TestCase):
             for name in expected:
                 expected[name] *= threads
             before = driver.connected()
-            first = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            first = driver.records()
             self.assertEqual(driver.run(lines, threads), [])
             figures = driver.drained()
             driver.end()
-            records = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            records = driver.records()
             got = came(records[len(first):], fields_of(expected))
             self.assertEqual((some(expected - got), some(got - expected)), ([], []))
             self.assertNested(records)
@@ -196,7 +196,7 @@ class Natives(unittest.TestCase):
                 self.assertEqual(driver.run(lines), [])
             driver.end()
             self.assertUnharmed(driver)
-            records = [r for r in driver.collector.records() if r["record"] not in UNASKED]
+            records = driver.records()
             names = fields_of(expected)
             del names["SAMPLING_RATE"]  # told again at each start
             got = came((r for r in records if r["record"] in names), names)
