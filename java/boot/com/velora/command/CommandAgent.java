@@ -19,7 +19,7 @@ public final class CommandAgent {
   /** The calling thread's token, highest byte first; four zeros when it has none. */
   public static native byte[] getNativeGpsToken();
 
-  /** Id of the live thread of that name in that thread group; 0: none, or more than one. */
+  /** Id of a live thread of that name in that thread group; 0: none. */
   public static native long getThreadId(String threadName, String groupName);
 
   /** Writes a thread dump and fills in where it lies; 0, or what went wrong. */
