@@ -15,7 +15,7 @@ constexpr std::string_view kHookDescriptor = "(Ljava/lang/ClassLoader;Ljava/lang
 constexpr std::size_t kUtf8Head = 3;
 constexpr std::size_t kNewEntries = kUtf8Head + kMethodPrefix.size() + kUtf8Head +
                                     kHookClass.size() + kUtf8Head + kHookName.size() + kUtf8Head +
-                                    kHookDescriptor.size() + 3 + 3 * 5 + 2 * 5;
+                                    kHookDescriptor.size() + 3 + std::size_t{5} * 5;
 constexpr std::size_t kNewMethod = 8 + (6 + 4) + (6 + 12);
 static_assert(kNewEntries + kNewMethod == 192);
 constexpr unsigned kAddedEntries = 10;

@@ -78,7 +78,7 @@ USHORT ConstantPool::operand(USHORT index, int which) const {
   const BYTE kind = tag(index);
   const bool one = kind == kClass || kind == kString;
   const bool two = kind >= kFieldref;
-  return two || (one && which == 0) ? bigEndian(entries[index] + 1 + 2 * which) : USHORT{0};
+  return two || (one && which == 0) ? bigEndian(entries[index] + (which == 0 ? 1 : 3)) : USHORT{0};
 }
 
 std::string_view ConstantPool::utf8(USHORT index) const {

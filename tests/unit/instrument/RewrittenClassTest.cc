@@ -1,8 +1,8 @@
 // What the bridge takes out of a rewritten class before a current JVM sees it.
 #include <gmock/gmock.h>
 
-#include "../../../bridge/RewrittenClass.h"
 #include "ClassMaker.h"
+#include "bridge/RewrittenClass.h"
 
 using testing::ElementsAreArray;
 
