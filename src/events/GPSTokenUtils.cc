@@ -72,8 +72,9 @@ void GPSTokenUtils::initGPSCounterFile() {
   nameCounterFile();
   TokenCounterFile file(counterFile);
   std::optional<unsigned> counter = file.read();
-  const bool missedOurs = counter && !kept_ && !isAhead(*counter, tokenPtr[kNext]);
-  if (missedOurs) return setWords(tokenPtr[kNext]);
+  // A second set-up while the file cannot be written: it does not know of this process's tokens.
+  const bool knowsOurs = kept_ || (counter && isAhead(*counter, tokenPtr[kNext]));
+  if (!knowsOurs) return setWords(tokenPtr[kNext]);
   if (!counter && file.isMissing()) {
     if (!keep(file, 0, "counterFp = NULL for writing")) return setWords(tokenPtr[kNext]);
     counter = 0;

@@ -89,6 +89,8 @@ TEST_F(TokenFile, WhatIsNoRegularFileIsNeitherReadNorReplaced) {
     const std::string reason = trouble("", "is no regular file");
     EXPECT_EQ(said(), (Messages{"1222 " + reason, "1220 " + reason}));
     EXPECT_EQ(fs::symlink_status(file()).type(), before);
+    setUpAgain("0101");
+    EXPECT_EQ(GPSTokenUtils::getToken(), first + 2) << "not by the clock again";
     fs::remove(file());
   }
   EXPECT_EQ(std::ifstream(elsewhere).get(), '7');
