@@ -1,0 +1,156 @@
+"""Heap summaries of a known population, from both sources, against the JVM's own histogram."""
+
+import subprocess
+import unittest
+
+from harness import JDK, Home, Jvm, free_port
+
+CLASS_LIMIT = 20_000
+# Instances, and the bytes of their fields with four bytes for a reference.
+POPULATION = {"Heap$Plain": (12_345, 16), "Heap$Derived": (777, 19), "Heap$Empty": (11, 0),
+              "Heap$Pair": (5, 8), "Heap$Kind": (3, 8)}
+COLLECTORS = ["-XX:+UseG1GC", "-XX:+UseSerialGC", "-XX:+UseParallelGC", "-XX:+UseZGC"]
+
+
+class Summary:
+    """The text's lines: totals first, then {class: (bytes, count)}, with dots in the names."""
+
+    def __init__(self, text):
+        first, *lines = text.removeprefix("kept:").splitlines()
+        self.total = tuple(map(int, first.split(",")))
+        rows = [line.rsplit(",", 4) for line in lines]
+        self.sizes = [int(size) for _, size, *_ in rows[:-2]]
+        self.rows = {name.replace("/", "."): (int(size), int(count))
+                     for name, size, _, count, _ in rows}
+        self.lines = len(rows)
+
+    def count(self, name):
+        return self.rows.get(name, (0, 0))[1]
+
+
+class Subject:
+    """The JVM whose heap is looked at."""
+
+    def __init__(self, *options, plain=POPULATION["Heap$Plain"][0]):
+        self.home = Home()
+        self.jvm = Jvm("Heap", plain, home=self.home.path, port=free_port(), options=options)
+        self.jvm.expect("ready")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.jvm.remove(), self.home.remove()
+
+    def order(self, *words):
+        self.jvm.tell(" ".join(map(str, words)))
+        self.jvm.expect("done")
+
+    def summary(self, source):
+        file = self.jvm.cwd / "summary.txt"
+        self.jvm.tell(f"{source} {file}")
+        assert self.jvm.expect("result") == "0", self.jvm.stderr()
+        return Summary(file.read_text(encoding="utf-8", errors="replace"))
+
+    def histogram(self):
+        """{class: (bytes, instances)} as the JVM itself counts."""
+        out = subprocess.run([JDK / "bin" / "jcmd", str(self.jvm.process.pid), "GC.class_histogram"],
+                             check=True, capture_output=True, text=True, timeout=60).stdout
+        rows = (line.split() for line in out.splitlines())
+        return {row[3]: (int(row[2]), int(row[1])) for row in rows
+                if len(row) > 3 and row[0].endswith(":") and row[1].isdigit()}
+
+
+class Heap(unittest.TestCase):
+    def assertSound(self, summary):
+        """The rows add up to the totals, and the smallest class is first."""
+        self.assertEqual(summary.total, tuple(map(sum, zip(*summary.rows.values()))))
+        self.assertEqual(summary.sizes, sorted(summary.sizes))
+
+    def assertPopulation(self, dump):
+        for name, (count, field_bytes) in POPULATION.items():
+            self.assertEqual(dump.rows[name], (count * field_bytes, count), name)
+
+    def assertUnharmed(self, jvm):
+        self.assertEqual(jvm.end(), 0, jvm.stderr())
+        self.assertNotIn("WARNING in native", "".join(jvm.output) + jvm.stderr())
+        self.assertEqual(jvm.crash_files(), [])
+
+    def check(self, *options):
+        with Subject(*options) as subject:
+            subject.summary("dump")  # what is loaded for the first one is there for the others
+            before, dump, after = map(subject.summary, ("snapshot", "dump", "snapshot"))
+            histogram = subject.histogram()
+            for summary in (before, dump, after):
+                self.assertSound(summary)
+            self.assertPopulation(dump)
+            for name, (count, _) in POPULATION.items():
+                self.assertEqual(after.count(name), count)
+                self.assertEqual(after.rows[name], histogram[name], name)
+            # Whatever stood still agrees. Class objects are classes in a dump, not instances.
+            still = {n for n in before.rows if before.rows[n] == after.rows.get(n)}
+            still -= {"java.lang.Class", "primitive[]", "object[]"}
+            self.assertGreater(len(still), 100)
+            self.assertEqual({n: dump.count(n) for n in still}, {n: before.count(n) for n in still})
+            self.assertEqual(dump.count("java.lang.Class"), 0)
+            self.assertUnharmed(subject.jvm)
+
+    def test_population(self):
+        for collector in COLLECTORS:
+            with self.subTest(collector):
+                self.check(collector)
+
+    def test_checked_jni(self):
+        self.check("-Xcheck:jni")
+
+    def test_without_compressed_pointers(self):
+        self.check("-XX:-UseCompressedOops")
+
+    def test_arrays(self):
+        """The JVM makes and drops some arrays of its own meanwhile: far less than these."""
+        made, noise = 100_000, 500
+        with Subject("-Xmx512m") as subject:
+            for source, long_array, reference in (("snapshot", 96, 48), ("dump", 40, 28)):
+                subject.summary(source)
+                before = subject.summary(source)
+                subject.order("arrays", made)
+                after = subject.summary(source)
+                for kind, size in (("primitive[]", long_array), ("object[]", reference)):
+                    more = [a - b for a, b in zip(after.rows[kind], before.rows[kind])]
+                    self.assertLess(abs(more[1] - made), noise, (source, kind))
+            self.assertUnharmed(subject.jvm)
+
+    def test_more_classes_than_rows(self):
+        with Subject("-Xmx512m") as subject:
+            subject.order("classes", CLASS_LIMIT + 1_000)
+            for source in ("snapshot", "dump"):
+                summary = subject.summary(source)
+                self.assertEqual(summary.lines, CLASS_LIMIT + 2)
+                self.assertGreater(summary.total[1], sum(n for n, _ in POPULATION.values()))
+            self.assertUnharmed(subject.jvm)
+
+    def test_classes_come_and_go_meanwhile(self):
+        """A reader that gets out of step counts wrongly from there on."""
+        with Subject("-Xmx512m") as subject:
+            subject.order("loading", 1)
+            for _ in range(15):
+                for source in ("dump", "snapshot"):
+                    summary = subject.summary(source)
+                    self.assertSound(summary)
+                    for name, (count, _) in POPULATION.items():
+                        self.assertEqual(summary.count(name), count, source)
+            subject.order("loading", 0)
+            self.assertUnharmed(subject.jvm)
+
+    def test_large_heap(self):
+        plain = 8_000_000
+        with Subject("-Xmx600m", plain=plain) as subject:
+            for source in ("snapshot", "dump"):
+                summary = subject.summary(source)
+                self.assertSound(summary)
+                self.assertEqual(summary.count("Heap$Plain"), plain)
+            self.assertUnharmed(subject.jvm)
+
+
+if __name__ == "__main__":
+    unittest.main()
