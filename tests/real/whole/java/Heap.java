@@ -33,11 +33,10 @@ public class Heap {
         public int compareTo(Derived other) { return 0; }
     }
     static class Empty {}
-    enum Kind { ONE, TWO, THREE }
     interface Named { String NAME = "constant".concat("s"); }
     record Pair(int a, Named b) implements Named {}
 
-    private static final List<Object> kept = new ArrayList<>();
+    private static final List<Object> kept = new ArrayList<>(1_000_000);
     private static volatile boolean loading;
 
     public static void main(String[] args) throws Exception {
@@ -45,7 +44,6 @@ public class Heap {
         for (int i = 0; i < 777; ++i) kept.add(new Derived());
         for (int i = 0; i < 11; ++i) kept.add(new Empty());
         for (int i = 0; i < 5; ++i) kept.add(new Pair(i, null));
-        kept.add(Kind.ONE);
         kept.add((Runnable) () -> kept.clear());
         // Loaded and never made ready: the JVM says nothing of its fields.
         kept.add(Class.forName("Heap$Unprepared", false, Heap.class.getClassLoader()));
