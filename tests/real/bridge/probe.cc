@@ -16,7 +16,7 @@
 #include "jvm/ras.h"
 
 JVMPI_Interface* jvmpi;
-static JVMMI_Interface* jvmmi;
+JVMMI_Interface* jvmmi;
 static RAS_Interface* ras;
 static JavaVM* vm;
 
@@ -42,11 +42,14 @@ struct ClassRow {
   std::string name, text;
   jobjectID id = nullptr;
   std::vector<std::pair<jmethodID, std::string>> methods;
+  ClassShape shape;
 };
 static ClassRow& lastClass() {
   static thread_local ClassRow* row = new ClassRow;
   return *row;
 }
+
+ClassShape lastShape() { return lastClass().shape; }
 
 static bool mode(const char* word) {
   const char* text = getenv("PROBE_MODE");
@@ -68,8 +71,11 @@ static void onClassLoad(const JVMPI_Event& e) {
   const auto& load = e.u.class_load;
   ClassRow& row = lastClass();
   row = {};
-  row.name = load.class_name;
+  row.name = row.shape.name = load.class_name;
   row.id = load.class_id;
+  row.shape.interfaces = load.num_interfaces;
+  for (jint i = 0; i < load.num_static_fields; ++i)
+    row.shape.statics += load.statics[i].field_signature[0];
   row.text = row.name + " source=" + (load.source_name ? load.source_name : "-") +
              " interfaces=" + std::to_string(load.num_interfaces) + " statics=";
   for (jint i = 0; i < load.num_static_fields; ++i)
@@ -123,6 +129,9 @@ static void onEvent(JVMPI_Event* e) {
       break;
     case JVMPI_EVENT_CLASS_LOAD:
       onClassLoad(*e);
+      break;
+    case JVMPI_EVENT_HEAP_DUMP:
+      onHeapDump(*e, [] { return counts[JVMPI_EVENT_CLASS_LOAD].load(); });
       break;
     case JVMPI_EVENT_GC_START:
     case JVMPI_EVENT_GC_FINISH: {

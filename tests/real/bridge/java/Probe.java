@@ -20,6 +20,8 @@ final class Probe {
   static native int systemThread();
   static native long cpuTime();
   static native int notOffered();
+  static native String dump(String className);
+  static native String enumerate(String type);
   static native void runGc();
   static native boolean heapFiguresWrong();
   static native String testMonitors();

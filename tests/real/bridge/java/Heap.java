@@ -1,0 +1,53 @@
+import java.util.ArrayList;
+import java.util.List;
+
+/** The heap's objects, as a dump and as an enumeration. */
+public final class Heap {
+  static class Base implements Runnable {
+    static final Object[] ARRAY = {1};
+    static long wide;
+    static byte narrow;
+    long a;
+    Object b;
+
+    public void run() {}
+  }
+
+  static final class Known extends Base {
+    short c;
+    boolean d;
+  }
+
+  static final class Late {}
+
+  private static Object late;
+
+  /** Called while a dump is read: loads a class on another thread. */
+  static void whileRead() throws Exception {
+    Thread loader = new Thread(() -> late = new Late());
+    loader.start();
+    loader.join();
+  }
+
+  public static void main(String[] args) throws Exception {
+    List<Object> kept = new ArrayList<>();
+    for (int i = 0; i < 1000; i++) kept.add(new Known());
+    for (int i = 0; i < 30; i++) kept.add(new Known[3][]);
+    Class.forName("Victim", false, Heap.class.getClassLoader());
+    int loads = Probe.count(42);
+    long id = Probe.idOf(Known.class);
+    for (int i = 0; i < 3; i++)
+      Probe.checkEquals(id + ": 1000 of 15, arrays 1", Probe.dump("Heap$Known"), "dump");
+    Probe.check(Probe.count(42) > loads, "the class loaded meanwhile was never shown");
+    Probe.check(late != null, "no class was loaded meanwhile");
+
+    String known = Probe.enumerate("Heap$Known");
+    Probe.check(known.startsWith(id + ": 1000, "), "enumeration " + known);
+    String deep = Probe.enumerate("Heap$Known[][]");
+    Probe.check(
+        deep.startsWith(Probe.idOf(Known[][].class) + ": 30, "), "enumeration of arrays " + deep);
+    Probe.check(Probe.enumerate("int[]").contains(": "), "enumeration of primitives");
+    Probe.checkEquals(1030, kept.size(), "kept");
+    System.out.println("PASS");
+  }
+}
