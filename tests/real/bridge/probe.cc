@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,12 @@ struct ThreadRow {
 static std::vector<ThreadRow>& threadRows() {
   static auto& rows = *new std::vector<ThreadRow>;
   return rows;
+}
+
+// Classes whose loading was shown without a request.
+static std::set<std::string>& shownClasses() {
+  static auto& names = *new std::set<std::string>;
+  return names;
 }
 
 // The class-load record last seen on this thread.
@@ -76,6 +83,10 @@ static void onClassLoad(const JVMPI_Event& e) {
   row.shape.interfaces = load.num_interfaces;
   for (jint i = 0; i < load.num_static_fields; ++i)
     row.shape.statics += load.statics[i].field_signature[0];
+  if (e.event_type == JVMPI_EVENT_CLASS_LOAD) {
+    const std::lock_guard guard(recordsLock);
+    shownClasses().insert(row.name);
+  }
   row.text = row.name + " source=" + (load.source_name ? load.source_name : "-") +
              " interfaces=" + std::to_string(load.num_interfaces) + " statics=";
   for (jint i = 0; i < load.num_static_fields; ++i)
@@ -208,6 +219,13 @@ static jobjectID asId(jlong id) { return reinterpret_cast<jobjectID>(id); }
 extern "C" {
 JNIEXPORT jlong JNICALL Java_Probe_env(JNIEnv* env, jclass) { return (jlong)env; }
 JNIEXPORT jint JNICALL Java_Probe_count(JNIEnv*, jclass, jint type) { return counts[type]; }
+JNIEXPORT jboolean JNICALL Java_Probe_shown(JNIEnv* env, jclass, jstring name) {
+  const char* wanted = env->GetStringUTFChars(name, nullptr);
+  const std::lock_guard guard(recordsLock);
+  const bool shown = shownClasses().contains(wanted);
+  env->ReleaseStringUTFChars(name, wanted);
+  return shown;
+}
 JNIEXPORT jint JNICALL Java_Probe_jvmmiCount(JNIEnv*, jclass, jint type) {
   return jvmmiCounts[type];
 }

@@ -3,6 +3,7 @@ final class Probe {
   static native long env();
   static native long envNamed(String threadName);
   static native int count(int jvmpiEvent);
+  static native boolean shown(String className);
   static native int jvmmiCount(int jvmmiEvent);
   static native int status(long env);
   static native String trace(long env, int depth);
