@@ -3,7 +3,6 @@
 #include <locale.h>
 
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 #include "base/Trace.h"
@@ -43,10 +42,8 @@ class GrowingText {
 
   void append(std::string_view first, std::string_view second = {}) {
     if (!makeRoom(first.size() + second.size())) return;
-    for (std::string_view part : {first, second}) {
-      std::memcpy(text_ + length_, part.data(), part.size());
-      length_ += part.size();
-    }
+    for (std::string_view part : {first, second})
+      length_ += part.copy(text_ + length_, part.size());
     text_[length_] = '\0';
   }
   char* release() { return text_; }  // the caller's from here
