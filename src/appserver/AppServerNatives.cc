@@ -11,15 +11,8 @@
 #include "events/EventUtils.h"
 #include "events/RecordTypes.h"
 
-// A primitive type's class is no object's class and has no fields; the JVM would not say so but
-// end.
-static bool mayHaveFields(JNIEnv* env, jclass cls) {
-  const LocalRef<jclass> object(env, env->FindClass("java/lang/Object"));
-  return !describeAndClear(env) && env->IsAssignableFrom(cls, object);
-}
-
 static jobject staticObject(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  if (!cls || !mayHaveFields(env, cls)) return nullptr;
+  if (!cls || !hasMembers(env, cls)) return nullptr;
   jfieldID field = env->GetStaticFieldID(cls, name, signature);
   if (describeAndClear(env) || !field) return nullptr;
   return env->GetStaticObjectField(cls, field);

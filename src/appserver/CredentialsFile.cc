@@ -93,37 +93,51 @@ std::optional<VelEncryptor::Credentials> VelEncryptor::readCredentials(const cha
   return Credentials{std::move(scrambled->user), std::move(password)};
 }
 
-int VelEncryptor::readFromFile(const char* filename, char* user, unsigned char* pswd,
-                               const char* pmt) {
+// Both, each with its end, or nothing.
+template <class Byte>
+static bool copyInto(std::span<char> user, std::span<Byte> pswd, const char* foundUser,
+                     const Byte* foundPswd, std::size_t pswdLength) {
+  const std::size_t userLength = std::strlen(foundUser);
+  if (userLength >= user.size() || pswdLength >= pswd.size()) {
+    logError({1023, "Invalid userid or password"});
+    return false;
+  }
+  std::memcpy(user.data(), foundUser, userLength + 1);
+  std::memcpy(pswd.data(), foundPswd, pswdLength + 1);
+  return true;
+}
+
+int VelEncryptor::readFromFile(const char* filename, std::span<char> user,
+                               std::span<unsigned char> pswd, const char* pmt) {
   VEL_ENCRYPTOR_TRACE();
-  if (isAccessWord(pmt) && filename && (!user || !pswd)) {
+  if (isAccessWord(pmt) && filename && (user.empty() || pswd.empty())) {
     logError({1023, "Invalid userid or password"});
     return failed(velTrace_);
   }
   const auto found = readScrambled(filename, pmt);
   if (!found) return failed(velTrace_);
-  std::strcpy(user, found->user.get());
-  const int length = getLength(found->password.get());
-  std::memcpy(pswd, found->password.get(), static_cast<std::size_t>(length) + 1);
-  return 0;
+  const unsigned char* password = found->password.get();
+  const auto length = static_cast<std::size_t>(getLength(password));
+  return copyInto(user, pswd, found->user.get(), password, length) ? 0 : failed(velTrace_);
 }
 
-int VelEncryptor::getUidPaswdFromFile(const char* filename, char* user, char* pswd,
-                                      const char* pmt) {
+int VelEncryptor::getUidPaswdFromFile(const char* filename, std::span<char> user,
+                                      std::span<char> pswd, const char* pmt) {
   VEL_ENCRYPTOR_TRACE();
   if (!filename) {
     logError({1022, "Invalid file name"});
     return failed(velTrace_);
   }
-  if (!user || !pswd) {
+  if (user.empty() || pswd.empty()) {
     logError({1023, "Invalid userid or password"});
     return failed(velTrace_);
   }
   const auto found = readCredentials(filename, pmt);
   if (!found) return failed(velTrace_);
-  std::strcpy(user, found->user.get());
-  std::strcpy(pswd, found->password.get());
-  return 0;
+  const char* password = found->password.get();
+  return copyInto(user, pswd, found->user.get(), password, std::strlen(password))
+             ? 0
+             : failed(velTrace_);
 }
 
 // -- writing

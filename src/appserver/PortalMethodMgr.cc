@@ -5,6 +5,7 @@
 
 #include "base/Trace.h"
 #include "core/KeptText.h"
+#include "delivery/ThreadMgr.h"
 #include "events/EventUtils.h"
 
 static constinit InstanceSlot<PortalMethodMgr> slot;
@@ -28,14 +29,22 @@ void PortalMethodMgr::putMethod(jbyte key, const char* val) {
 }
 
 // Over a snapshot of the ids: application threads may register more meanwhile, which the next
-// connection gets.
+// connection gets. What still waits from an earlier push would be sent twice.
 void PortalMethodMgr::pushMethodsToPS(JNIEnv* env) {
   VEL_TRACE();
   if (!isActive()) return;
+  ThreadData* thr = ThreadMgr::getInstance()->getThreadData(env);
+  missed_ = !thr;  // there is no event agent yet that would send them
+  if (!thr) return;
+  thr->withdraw(Event::PORTAL_METHOD_CONSTANT, LossCause::reconnected);
   const std::unique_ptr<signed char[]> keys(table_.getKeys());
   for (const signed char* key = keys.get(); *key; ++key)
     if (const char* name = table_.get(*key))
       EventUtils::appendPortalMethodConstantEvent(env, key, name);
+}
+
+void PortalMethodMgr::pushAgainIfMissed(JNIEnv* env) {
+  if (missed_.load(std::memory_order_relaxed)) pushMethodsToPS(env);
 }
 
 // The names stay allocated: events in flight borrow them.

@@ -20,6 +20,8 @@ class PortalMethodMgr : public virtual VeloraBase, public ConnectionListener {
   // The first name of an id stays; id 0 and a null name are ignored.
   void putMethod(jbyte key, const char* val);
   void pushMethodsToPS(JNIEnv* env) override;
+  void pushMissed() override { missed_ = true; }
+  void pushAgainIfMissed(JNIEnv* env) override;
   void clear();
 
  private:
@@ -27,6 +29,7 @@ class PortalMethodMgr : public virtual VeloraBase, public ConnectionListener {
   PortalMethodMgr();
 
   std::atomic<bool> active_{false};
-  VelOsLock registration_;  // one first name per id; taken before a bucket of table_
+  std::atomic<bool> missed_{false};  // names did not get through to the present connection
+  VelOsLock registration_;           // one first name per id; taken before a bucket of table_
   VelHashTable<signed char, const char*> table_;  // names for good
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 
 #include "appserver/Secret.h"
 
@@ -15,7 +16,7 @@ class VelEncryptor {
   static constexpr int MAX_LEN = 1000;         // bytes of the longest password
   static constexpr unsigned char kEnd = 0xFF;  // ends halves and scrambled bytes; never one
   static constexpr int kKeyLength = 15;
-  // What the callers' buffers must hold where the length of one is not given; no more is written.
+  // Room for the longest of each, with its end.
   static constexpr int kUserRoom = 1024;
   static constexpr int kPasswordRoom = MAX_LEN + 1;
   static constexpr int kScrambledRoom = kKeyLength * MAX_LEN * 3;
@@ -42,10 +43,11 @@ class VelEncryptor {
   };
   std::optional<Scrambled> readScrambled(const char* filename, const char* pmt);
 
-  // The same into buffers of kUserRoom and kPasswordRoom, or kUserRoom and kScrambledRoom bytes.
-  // 0 or -1.
-  int getUidPaswdFromFile(const char* filename, char* user, char* pswd, const char* pmt);
-  int readFromFile(const char* filename, char* user, unsigned char* pswd, const char* pmt);
+  // The same into the caller's buffers; what does not fit into them is refused whole. 0 or -1.
+  int getUidPaswdFromFile(const char* filename, std::span<char> user, std::span<char> pswd,
+                          const char* pmt);
+  int readFromFile(const char* filename, std::span<char> user, std::span<unsigned char> pswd,
+                   const char* pmt);
   // Replaces the file in one step: readers see the old one or the new one. A link under that name
   // is replaced, what it points at stays; anything else but a file is refused. 0 or -1.
   int writeToFile(const char* filename, const char* admin, const unsigned char* pswd, int paswdLen);

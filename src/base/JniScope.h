@@ -42,6 +42,13 @@ class LocalRef {
   T object_;
 };
 
+// False for the class of a primitive type, which is no object's class: asked for its members, the
+// JVM would not raise anything but end.
+inline bool hasMembers(JNIEnv* env, jclass cls) {
+  const LocalRef<jclass> object(env, env->FindClass("java/lang/Object"));
+  return !describeAndClear(env) && env->IsAssignableFrom(cls, object);
+}
+
 // The modified UTF-8 of a Java string for the length of a block; null for a null string and when
 // the JVM has no memory left (which is described and cleared).
 class UtfChars {

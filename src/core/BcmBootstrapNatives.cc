@@ -70,7 +70,7 @@ static void defineNativeMethods(JNIEnv* env, jclass cls, jstring className) {
     traceMin("No native method registration for class %s", name.get());
     return;
   }
-  const jint result = registerAll(env, cls, known->natives);
+  const jint result = hasMembers(env, cls) ? registerAll(env, cls, known->natives) : JNI_EINVAL;
   describeAndClear(env);
   if (result == 0)
     traceMin("Successfully registered native methods for %s", name.get());

@@ -1,8 +1,11 @@
 #include "delivery/EventAgent.h"
 
+#include <utility>
+
 #include "base/JniScope.h"
 #include "base/Messages.h"
 #include "base/Trace.h"
+#include "delivery/ConnectionListener.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/LogText.h"
 #include "delivery/PacketSink.h"
@@ -161,7 +164,11 @@ bool EventAgent::resendDataIfDue() {
 
 void EventAgent::handOn(bool taken) {
   const int events = eventsInHand_.exchange(0);
-  if (!taken) LossLedger::lost(LossCause::packetRefused, static_cast<std::uint64_t>(events));
+  const bool methodNames = std::exchange(methodNamesInHand_, false);
+  if (taken) return;
+  LossLedger::lost(LossCause::packetRefused, static_cast<std::uint64_t>(events));
+  ConnectionListener* listener = connectionListener;
+  if (methodNames && listener) listener->pushMissed();
 }
 
 void EventAgent::waitForServer() {

@@ -112,4 +112,5 @@ class EventAgent : public virtual VeloraBase {
   std::atomic<bool> retired_{false};
   std::atomic<bool> occupied_{false};  // a thread is inside startThread
   std::atomic<int> eventsInHand_{0};
+  bool methodNamesInHand_ = false;
 };

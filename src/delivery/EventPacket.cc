@@ -118,6 +118,7 @@ void EventAgent::drain(ThreadData* thr, Packet& packet) {
     } else if (addEventToBuffer(evt, &packet.cursor)) {
       ++packet.records;
       ++eventsInHand_;
+      if (evt->getType() == Event::PORTAL_METHOD_CONSTANT) methodNamesInHand_ = true;
     } else {
       LossLedger::lost(LossCause::noRecord);
     }

@@ -14,7 +14,7 @@ enum class LossCause : unsigned char {
   packetRefused,  // the network agent took no packet: not connected, or too many waiting
   packetLost,     // its packet was being written, or waited, when the connection broke
   plannedReset,   // its packet waited when the connection was renewed on schedule
-  reconnected,    // it waited on an agent's own queue, which a reconnection empties
+  reconnected,    // it waited, and a reconnection made it anew
   memory,         // refused: the memory ceiling was reached
   disabled,       // refused: the probe was not collecting
   noThread,       // no record of its thread could be had

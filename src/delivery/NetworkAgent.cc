@@ -115,10 +115,12 @@ void NetworkAgent::beginLoop() {
 
 void NetworkAgent::runCycle(JNIEnv* env) {
   resetConnectionOnExpiry();
-  if (isReady_)
+  if (isReady_) {
+    if (ConnectionListener* listener = connectionListener) listener->pushAgainIfMissed(env);
     writeOnePacket();
-  else
+  } else {
     reconnect(env);
+  }
   pause();
 }
 

@@ -1,5 +1,7 @@
 #include "delivery/ThreadData.h"
 
+#include <vector>
+
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "base/Utils.h"
@@ -122,6 +124,24 @@ bool ThreadData::dropForFullQueue(Event* evt) {
   appendEvent(dropped.release());  // never droppable itself
   sentDroppedEvent_ = true;
   return false;
+}
+
+// Only this thread appends, so an event that is still in the queue is the one that was seen there.
+void ThreadData::withdraw(Event::EventType type, LossCause cause) {
+  VEL_TRACE();
+  std::vector<Event*> waiting;
+  {
+    const VelList<Event*>::Locked locked(*evtQueue_);
+    const std::unique_ptr<VelListIter<Event*>> each(evtQueue_->iterator());
+    while (Event* evt = each->next())
+      if (evt->getType() == type) waiting.push_back(evt);
+  }
+  for (Event* evt : waiting) {
+    if (!evtQueue_->remove(evt)) continue;  // its event agent has taken it
+    delFromMemCntr(type, evt->size_);
+    delete evt;
+    LossLedger::lost(cause);
+  }
 }
 
 jlong ThreadData::saveAndTestCPUTime(jlong cpu) {

@@ -8,6 +8,7 @@
 
 #include "base/VelList.h"
 #include "base/VeloraBase.h"
+#include "delivery/LossLedger.h"
 #include "events/Event.h"
 #include "jvm/jvmpi.h"
 
@@ -31,6 +32,8 @@ class ThreadData : public virtual VeloraBase {
   void initialize();
   // Takes the event, whatever the result. False: the event is gone.
   bool appendEvent(Event* evt);
+  // On the record's own thread: takes back what of this type still waits; it counts as lost.
+  void withdraw(Event::EventType type, LossCause cause);
   // The highest CPU time so far: what is reported never goes down.
   jlong saveAndTestCPUTime(jlong cpu);
   // On the ending thread: the record leaves the table, its agent sends the rest and deletes it.

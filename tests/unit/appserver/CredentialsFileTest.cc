@@ -91,25 +91,19 @@ TEST_F(CredentialsFile, MissingArguments) {
        [&] { return encryptor.getUidPaswdFromFile(nullptr, user, password, kWord); },
        {"1022"}},
       {"get: no user",
-       [&] { return encryptor.getUidPaswdFromFile(file, nullptr, password, kWord); },
+       [&] { return encryptor.getUidPaswdFromFile(file, {}, password, kWord); },
        {"1023"}},
       {"get: no password",
-       [&] { return encryptor.getUidPaswdFromFile(file, user, nullptr, kWord); },
+       [&] { return encryptor.getUidPaswdFromFile(file, user, {}, kWord); },
        {"1023"}},
       {"get: wrong word",
        [&] { return encryptor.getUidPaswdFromFile(file, user, password, "word"); },
        {}},
-      {"read: wrong word",
-       [&] { return encryptor.readFromFile(nullptr, nullptr, nullptr, nullptr); },
-       {}},
-      {"read: no name",
-       [&] { return encryptor.readFromFile(nullptr, nullptr, nullptr, kWord); },
-       {"1022"}},
-      {"read: no user",
-       [&] { return encryptor.readFromFile(file, nullptr, bytes, kWord); },
-       {"1023"}},
+      {"read: wrong word", [&] { return encryptor.readFromFile(nullptr, {}, {}, nullptr); }, {}},
+      {"read: no name", [&] { return encryptor.readFromFile(nullptr, {}, {}, kWord); }, {"1022"}},
+      {"read: no user", [&] { return encryptor.readFromFile(file, {}, bytes, kWord); }, {"1023"}},
       {"read: no password",
-       [&] { return encryptor.readFromFile(file, user, nullptr, kWord); },
+       [&] { return encryptor.readFromFile(file, user, {}, kWord); },
        {"1023"}},
   };
   for (const auto& [why, call, messages] : cases) {
@@ -156,19 +150,29 @@ TEST_F(CredentialsFile, HostileFiles) {
   }
 }
 
-TEST_F(CredentialsFile, NoMoreIsWrittenThanTheBuffersMustHold) {
+// Buffers that hold the texts and their ends exactly, and buffers that lack a byte.
+TEST_F(CredentialsFile, BuffersOfEverySize) {
   const std::string user(VelEncryptor::kUserRoom - 1, 'u');
   const std::string password(VelEncryptor::MAX_LEN, 'p');
+  const std::size_t scrambled = 30 * password.size();
+  const char* file = path.c_str();
   ASSERT_EQ(generate(user, password), 0);
-  const auto users = std::make_unique<char[]>(VelEncryptor::kUserRoom);
-  const auto passwords = std::make_unique<char[]>(VelEncryptor::kPasswordRoom);
-  EXPECT_EQ(encryptor.getUidPaswdFromFile(path.c_str(), users.get(), passwords.get(), kWord), 0);
-  EXPECT_EQ(users.get(), user);
-  EXPECT_EQ(passwords.get(), password);
-  home.write("etc/admin", user + ":" + std::string(VelEncryptor::kScrambledRoom - 1, 'x'));
-  const auto bytes = std::make_unique<unsigned char[]>(VelEncryptor::kScrambledRoom);
-  EXPECT_EQ(encryptor.readFromFile(path.c_str(), users.get(), bytes.get(), kWord), 0);
-  EXPECT_EQ(encryptor.getLength(bytes.get()), VelEncryptor::kScrambledRoom - 1);
+  const std::tuple<std::size_t, std::size_t, bool> cases[] = {
+      {0, 0, true}, {1, 0, false}, {0, 1, false}, {user.size(), password.size(), false}};
+  for (const auto& [userLacks, passwordLacks, fits] : cases) {
+    SCOPED_TRACE(std::to_string(userLacks) + " " + std::to_string(passwordLacks));
+    std::vector<char> users(user.size() + 1 - userLacks, '-');
+    std::vector<char> passwords(password.size() + 1 - passwordLacks, '-');
+    std::vector<unsigned char> bytes(scrambled + 1 - passwordLacks, '-');
+    log.clear();
+    EXPECT_EQ(encryptor.getUidPaswdFromFile(file, users, passwords, kWord), fits ? 0 : -1);
+    EXPECT_EQ(std::string(users.data(), users.size()),
+              fits ? std::string(user.c_str(), user.size() + 1) : std::string(users.size(), '-'));
+    EXPECT_EQ(passwords.back(), fits ? '\0' : '-');
+    EXPECT_EQ(encryptor.readFromFile(file, users, bytes, kWord), fits ? 0 : -1);
+    EXPECT_EQ(bytes.back(), fits ? VelEncryptor::kEnd : '-');
+    EXPECT_EQ(log.messages(), std::vector<std::string>(fits ? 0 : 2, "1023"));
+  }
 }
 
 TEST_F(CredentialsFile, WideRightsAndLinksAreReplaced) {

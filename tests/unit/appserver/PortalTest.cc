@@ -5,6 +5,7 @@
 
 #include "Reports.h"
 #include "appserver/PortalMethodMgr.h"
+#include "delivery/ThreadAdopter.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -278,4 +279,35 @@ TEST_F(Portal, EachConnectionGetsTheTableOnce) {
   }
   methods->clear();
   EXPECT_TRUE(pushed().empty());
+}
+
+// The connection went before an event agent came by: the next one does not get the names twice.
+TEST_F(Portal, WaitingNamesAreReplaced) {
+  methods->putMethod(5, "A");
+  methods->putMethod(6, "B");
+  PORTAL(startPortalActionRequest)(env(), nullptr, 5);
+  methods->pushMethodsToPS(env());
+  const auto before = LossLedger::snapshot();
+  auto records = recordsOf([&] { methods->pushMethodsToPS(env()); });
+  EXPECT_EQ(records.size(), 3u);
+  EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::reconnected), 2u);
+}
+
+TEST_F(Portal, NamesWaitForAnEventAgent) {
+  methods->putMethod(5, "A");
+  const auto before = LossLedger::snapshot();
+  ::ThreadAdopter* adopter = threadAdopter;
+  threadAdopter = nullptr;
+  methods->pushMethodsToPS(env());
+  methods->pushAgainIfMissed(env());
+  EXPECT_EQ(LossLedger::snapshot(), before);
+  threadAdopter = adopter;
+  const auto later = [&] { return recordsOf([&] { methods->pushAgainIfMissed(env()); }).size(); };
+  EXPECT_EQ(later(), 1u);
+  EXPECT_EQ(later(), 0u);
+  methods->pushMissed();
+  EXPECT_EQ(later(), 1u);
+  methods->pushMissed();
+  EXPECT_EQ(pushed().size(), 1u);
+  EXPECT_EQ(later(), 0u) << "the new connection has them";
 }

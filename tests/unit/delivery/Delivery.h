@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "delivery/ConnectionListener.h"
 #include "delivery/EventAgent.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/LossLedger.h"
@@ -40,6 +41,16 @@ class FakeSink : public PacketSink {
   bool accepts = true;
   std::vector<Packet> packets;
   int refused = 0;
+};
+
+// Notes what it is told of connections.
+class FakeListener : public ConnectionListener {
+ public:
+  void pushMethodsToPS(JNIEnv* env) override { envs.push_back(env); }
+  void pushMissed() override { ++missed; }
+  void pushAgainIfMissed(JNIEnv*) override { ++asked; }
+  std::vector<JNIEnv*> envs;
+  int missed = 0, asked = 0;
 };
 
 // What the message log was told: numbers, and whole texts.

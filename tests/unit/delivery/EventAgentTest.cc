@@ -67,6 +67,24 @@ TEST_F(Agents, RefusedPacketIsCounted) {
   EXPECT_EQ(agent->getEventsInHand(), 0);
 }
 
+TEST_F(Agents, RefusedMethodNamesAreAskedForAgain) {
+  start();
+  FakeListener portal;
+  connectionListener = &portal;
+  ThreadData* thr = managed();
+  const auto cycle = [&](bool accepts, bool names) {
+    sink.accepts = accepts;
+    if (names) thr->appendEvent(new PortalMethodConstantEvent(Event::NOSTYPE));
+    append(thr, 1);
+    agent->runCycle();
+    return std::exchange(portal.missed, 0);
+  };
+  EXPECT_EQ(cycle(true, true), 0);
+  EXPECT_EQ(cycle(false, false), 0);
+  EXPECT_EQ(cycle(false, true), 1);
+  EXPECT_EQ(cycle(false, false), 0) << "the names were in the packet before";
+}
+
 TEST_F(Agents, TrimsTheOldestAndKeepsWhatMayNotBeDropped) {
   start();
   ThreadData* thr = managed();

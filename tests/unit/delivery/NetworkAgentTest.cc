@@ -5,7 +5,6 @@
 #include <string>
 #include <thread>
 
-#include "delivery/ConnectionListener.h"
 #include "delivery/Delivery.h"
 #include "delivery/LoopbackServer.h"
 #include "delivery/NetworkAgent.h"
@@ -266,15 +265,13 @@ TEST_F(Network, AServerThatNeverReadsHoldsUpNoStop) {
 }
 
 TEST_F(Network, ConnectionListenerIsToldOnEachConnection) {
-  class Portal : public ConnectionListener {
-   public:
-    void pushMethodsToPS(JNIEnv* env) override { envs.push_back(env); }
-    std::vector<JNIEnv*> envs;
-  } portal;
+  FakeListener portal;
   connectionListener = &portal;
   connect();
+  EXPECT_EQ(portal.asked, 0) << "nothing can be missing yet";
   cycle();
   EXPECT_EQ(portal.envs, std::vector<JNIEnv*>{theJvm().env()});
+  EXPECT_EQ(portal.asked, 1);
 }
 
 // ---- the manager
