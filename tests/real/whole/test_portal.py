@@ -33,6 +33,29 @@ class Portal(unittest.TestCase):
         finally:
             jvm.remove(), collector.remove(), home.remove()
 
+    def test_names_wait_for_the_event_agent(self):
+        home, collector = Home(), Collector("--strict").start()
+        jvm = Jvm("Portal", home=home.path, port=collector.port, options=["-Xcheck:jni"])
+        try:
+            jvm.expect("ready")
+            self.acting(collector)
+            jvm.tell("restart")
+            jvm.expect("restarted")
+            collector.json.write_text("")
+            log = "Successfully connected to PS socket"
+            wait_until("the second connection", lambda: self.logged(home).count(log) == 2)
+            jvm.tell("events")
+            wait_until("the names arrive", lambda: self.names(collector))
+            self.acting(collector)
+            self.assertEqual(self.names(collector), NAMES)
+            self.assertEqual(jvm.end(), 0)
+        finally:
+            jvm.remove(), collector.remove(), home.remove()
+
+    @staticmethod
+    def logged(home):
+        return (home.path / "logs" / "VEL" / "logs" / "msg-dc.log").read_text()
+
     @staticmethod
     def acting(collector):
         """Two more rounds of the agent have come in, so whatever waited has too."""

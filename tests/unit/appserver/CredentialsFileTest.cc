@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <climits>
 #include <functional>
 
 #include "Credentials.h"
@@ -205,6 +206,18 @@ TEST_F(CredentialsFile, WhatIsNoFileStays) {
     EXPECT_EQ(mode(), before);
     std::filesystem::remove(path);
   }
+}
+
+TEST_F(CredentialsFile, TheLongestNameOfAFile) {
+  const std::string_view text = "text";
+  const std::string name = "etc/" + std::string(NAME_MAX, 'n');
+  EXPECT_TRUE(replacePrivateFile(home.path(name).c_str(), {&text, 1}));
+  EXPECT_EQ(home.read(name), text);
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(home.path("etc"));
+  EXPECT_TRUE(replacePrivateFile("here", {&text, 1}));
+  std::filesystem::current_path(before);
+  EXPECT_EQ(home.read("etc/here"), text);
 }
 
 TEST_F(CredentialsFile, ALoopOfLinks) {
