@@ -43,8 +43,11 @@ void PortalMethodMgr::pushMethodsToPS(JNIEnv* env) {
       EventUtils::appendPortalMethodConstantEvent(env, key, name);
 }
 
-void PortalMethodMgr::pushAgainIfMissed(JNIEnv* env) {
+void PortalMethodMgr::pushAgainIfMissed(JNIEnv* env) try {
   if (missed_.load(std::memory_order_relaxed)) pushMethodsToPS(env);
+} catch (...) {
+  missed_ = true;  // nobody knows how far it came
+  throw;
 }
 
 // The names stay allocated: events in flight borrow them.
