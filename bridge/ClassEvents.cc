@@ -1,10 +1,12 @@
 #include "ClassEvents.h"
 
+#include <exception>
 #include <mutex>
 #include <shared_mutex>
 
 #include "Events.h"
 #include "ObjectIds.h"
+#include "Say.h"
 #include "RewrittenClass.h"
 
 namespace bridge {
@@ -34,8 +36,8 @@ void JNICALL onClassFileLoadHook(jvmtiEnv*, JNIEnv* env, jclass, jobject, const 
       answer.new_class_data, static_cast<std::size_t>(answer.new_class_data_len)));
 }
 
-// Exclusively held while the agent reads a heap dump, shared by every other class-load event. Held
-// over handlers; the reader waits for those that run, and none of them waits for the reader.
+// Exclusively held while the agent reads a heap dump, shared by every other class-load event, whose
+// handlers may ask for a class in turn: no lock that the reader needs may be held by who asks.
 static std::shared_mutex readingLock;
 static std::atomic<bool> leftOut{false};  // class loads that came while a dump was read
 static thread_local HeapReading* reading = nullptr;
@@ -124,7 +126,12 @@ HeapReading::HeapReading(JNIEnv* env, std::unordered_set<jlong> unprepared)
 HeapReading::~HeapReading() {
   reading = nullptr;
   readingLock.unlock();
-  if (leftOut.exchange(false)) replayClasses(env_);
+  if (!leftOut.exchange(false)) return;
+  try {
+    replayClasses(env_);
+  } catch (const std::exception& e) {
+    complain("class loads are lost: %s", e.what());
+  }
 }
 
 HeapReading* HeapReading::ofThisThread() { return reading; }

@@ -15,8 +15,13 @@ LoadedClasses::LoadedClasses(JNIEnv* env) : env_(env) {
   JvmtiPtr<jclass> classes;
   if (jvm.jvmti->GetLoadedClasses(&count, classes.out()) != JVMTI_ERROR_NONE) return;
   all_.reserve(static_cast<std::size_t>(count));
-  for (jint i = 0; i < count; ++i)
-    all_.push_back({tagOf(idOf(env, classes[i], ObjectKind::klass)), classes[i]});
+  for (jint i = 0; i < count; ++i) {
+    const jlong tag = tagOf(idOf(env, classes[i], ObjectKind::klass));
+    if (tag != 0)
+      all_.push_back({tag, classes[i]});
+    else
+      env->DeleteLocalRef(classes[i]);
+  }
   std::ranges::sort(all_, {}, &One::tag);
 }
 
