@@ -6,8 +6,8 @@
 
 #include "Events.h"
 #include "ObjectIds.h"
-#include "Say.h"
 #include "RewrittenClass.h"
+#include "Say.h"
 
 namespace bridge {
 
