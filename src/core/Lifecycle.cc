@@ -19,6 +19,7 @@
 #include "delivery/ThreadMgr.h"
 #include "diagnostics/VelJvmmi.h"
 #include "events/ProtocolVisitor.h"
+#include "instrument/hook.h"
 
 // One start, stop or shut-down at a time: each finds the managers as the one before left them. A
 // stop holds it through its grace.
@@ -180,6 +181,7 @@ void ProbeMgr::stop() {
   switchJvmmi(kJvmmiOff);
   traceMin("Disabled JVMMI events.");
   if (getProbeLevel() == 3) turnMethodTrace(false);
+  logHookCost();
   logInfo({1014, "Probe Manager stopped successfully"});
 }
 

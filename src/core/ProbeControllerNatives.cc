@@ -8,6 +8,7 @@
 #include "core/ProbeMgr.h"
 #include "delivery/EvtAgentMgr.h"
 #include "events/GPSTokenUtils.h"
+#include "instrument/hook.h"
 
 VEL_COMMAND(Java_com_velora_probe_ProbeController_startNativeProbe, (), ProbeMgr::probeStart(env))
 VEL_COMMAND(Java_com_velora_probe_ProbeController_stopNativeProbe, (), ProbeMgr::probeStop(env))
@@ -40,6 +41,7 @@ VEL_ANSWER(jboolean, JNI_FALSE, Java_com_velora_probe_ProbeController_initialize
 // those inside the gate, so nobody may stay longer.
 static void flush(jint millis) {
   constexpr jint kLongestFlushMs = 1000;
+  logHookCost();
   if (!ProbeMgr::isProbeDisabled())
     EvtAgentMgr::getInstance()->flush(std::clamp(millis, 0, kLongestFlushMs));
 }

@@ -71,6 +71,14 @@ class HandlerCost {
   ULONG sec_ = 0, usec_ = 0;
 };
 
+void logHookCost() {
+  static std::atomic<int> told{0};
+  const int count = classCount;
+  if (told.exchange(count) != count)
+    logInfo({1215, "Class-load hook handled %d classes in %d ms"}, count,
+            static_cast<int>(totalTime.load()));
+}
+
 static void reportCorrupt(ClassBytes bytes) {
   logError({1048, "Class file corrupt"});
   dumpClass("BadClass", bytes);
@@ -158,6 +166,7 @@ static bool injectOne(std::atomic<bool>& done, const DefineClassMethod* methods,
 static void switchHookOff() {
   traceMin("InstrumentJNI: turning off JVMPI ClassLoadHook");
   if (jvmpi) jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
+  logHookCost();
 }
 
 // One class loader and one proxy in the life of the process, whichever threads load them.

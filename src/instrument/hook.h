@@ -26,3 +26,4 @@ extern std::atomic<bool> instrumentedClassLoader;  // a class loader has been re
 extern std::atomic<bool> instrumentedProxy;
 extern std::atomic<int> classCount;  // events handled
 extern std::atomic<long> totalTime;  // ms spent in the handler
+void logHookCost();                  // once for each count
