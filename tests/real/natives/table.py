@@ -356,7 +356,12 @@ AGENT = [
         PROXIES + "StatementProxy.setSQL", PROXIES + "PreparedStatementProxy.setSQL"),
     # Natives that do not belong to the class they are to be bound to.
     *silent("bcm.bootstrap.BcmBootstrap.defineNativeMethodsForClassNative",
-            given={0: Raw("@java.lang.String"), 1: RUNTIME.rstrip(".")}),
+            given={0: Raw("@java.lang.String"), 1: "com.velora." + RUNTIME.rstrip(".")}),
+    # A primitive type has no members; the JVM that is asked for them ends.
+    *silent("bcm.bootstrap.BcmBootstrap.defineNativeMethodsForClassNative",
+            given={0: Raw("@int"), 1: "com.velora." + RUNTIME.rstrip(".")}),
+    *silent("av5.AVSServer.getDataSources", "av5.ProbeService.getSystemProperties",
+            "av6.ProbeService.getSystemProperties", given={0: Raw("@int")}),
     # An agent's own thread is in this call for life; an id that no agent has returns at once.
     *silent("probe.event.EventAgent.startThread", "probe.event.EventAgent.stopThread",
             "probe.event.NetworkAgent.startThread", "probe.event.NetworkAgent.stopThread",

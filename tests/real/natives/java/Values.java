@@ -8,8 +8,8 @@ import java.util.Map;
 /**
  * Values as text: "-" is null, a number is itself, a string stands in double quotes with every
  * special unit as &#92;uXXXX, an array is [a,b,c], "@" makes an object with the type's own
- * constructor and "@NAME" is that class or an object of it. "*N" behind a string or an array repeats
- * what it holds.
+ * constructor and "@NAME" is that class, "@int" too, or an object of it. "*N" behind a string or an
+ * array repeats what it holds.
  */
 final class Values {
     /** Long texts come many times. */
@@ -28,8 +28,12 @@ final class Values {
         if (type == long.class) return Long.valueOf(text);
         if (type == double.class) return Double.valueOf(text);
         if (!text.startsWith("@")) throw new IllegalArgumentException(type + " " + text);
-        Class<?> named = text.equals("@") ? type : Class.forName(text.substring(1));
+        Class<?> named = text.equals("@") ? type : named(text.substring(1));
         return type == Class.class ? named : made(named);
+    }
+
+    private static Class<?> named(String name) throws Exception {
+        return name.equals("int") ? int.class : Class.forName(name);
     }
 
     static Object made(Class<?> type) throws Exception {
