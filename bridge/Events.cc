@@ -50,7 +50,7 @@ static std::atomic<int> inFlight{0};  // handlers that run
 static std::mutex registrationLock;  // never held over a call
 static Registration registrations[kLastJvmmiEvent + 1];
 
-static std::mutex modeLock;  // held over SetEventNotificationMode; no callback takes it
+static std::mutex modeLock;  // held over SetEventNotificationMode, which calls nobody back
 static bool applied[std::size(kModes)];
 
 static bool isJvmmiEvent(jint event) {

@@ -62,3 +62,34 @@ std::optional<ClassLayout> readClassLayout(ClassBytes bytes) {
   if (!readHead(in, layout) || !readMembers(in, layout)) return std::nullopt;
   return layout;
 }
+
+static bool attributeNamesHold(ByteReader& in, const ConstantPool& pool) {
+  for (unsigned count = in.u2(); count > 0; --count) {
+    const bool named = pool.tag(in.u2()) == kUtf8;
+    const ULONG length = in.u4();
+    if (!named || !in.skip(length)) return false;
+  }
+  return true;
+}
+
+static bool memberNamesHold(ByteReader& in, const ConstantPool& pool) {
+  for (unsigned count = in.u2(); count > 0; --count) {
+    in.u2();  // the access flags
+    const bool named = pool.tag(in.u2()) == kUtf8;
+    const bool typed = pool.tag(in.u2()) == kUtf8;
+    if (!named || !typed || !attributeNamesHold(in, pool)) return false;
+  }
+  return true;
+}
+
+bool namesHold(const ClassLayout& layout) {
+  VEL_TRACE();
+  const ConstantPool& pool = *layout.pool;
+  ByteReader in(layout.from(pool.end));
+  in.skip(4);  // the access flags and this class
+  const USHORT superclass = in.u2();
+  if (superclass != 0 && pool.tag(superclass) != kClass) return false;
+  for (unsigned count = in.u2(); count > 0; --count)
+    if (pool.tag(in.u2()) != kClass) return false;
+  return memberNamesHold(in, pool) && memberNamesHold(in, pool) && attributeNamesHold(in, pool);
+}

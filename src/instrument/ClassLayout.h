@@ -24,3 +24,7 @@ struct ClassLayout {
 // Nothing when the bytes are not one whole class file: something is cut off or left over, a length
 // lies, an index of the pool names what it must not, the class has no name that Java could be told.
 std::optional<ClassLayout> readClassLayout(ClassBytes bytes);
+
+// Whether what the class, its members and their attributes are named by is in the pool. A question
+// of its own, because a class that was rewritten may have an Exceptions attribute without a name.
+bool namesHold(const ClassLayout& layout);

@@ -13,7 +13,7 @@
 #include "instrument/hook.h"
 #include "jvm/ByteReader.h"
 
-jclass bcmBootstrapCls = nullptr;
+std::atomic<jclass> bcmBootstrapCls{nullptr};
 jmethodID instrumentJNIMeth = nullptr;
 std::atomic<bool> instrumentationActive{false};
 std::atomic<bool> instrumentedClassLoader{false};
@@ -87,6 +87,10 @@ static void reportCorrupt(ClassBytes bytes) {
 enum class Version { ours, other, unreadable };
 
 // Later classes verify their code by maps that a new method would need, too.
+static bool isRewritable(USHORT minor, USHORT major) {
+  return (major >= 45 && major <= 47) || (major == 48 && minor == 0);
+}
+
 static Version readVersion(ClassBytes bytes) {
   ByteReader in(bytes);
   const ULONG magic = in.u4();
@@ -100,8 +104,7 @@ static Version readVersion(ClassBytes bytes) {
     reportCorrupt(bytes);
     return Version::unreadable;
   }
-  const bool ours = (major >= 45 && major <= 47) || (major == 48 && minor == 0);
-  return ours ? Version::ours : Version::other;
+  return isRewritable(minor, major) ? Version::ours : Version::other;
 }
 
 static void noteServerStart(std::string_view class_name) {
@@ -163,6 +166,14 @@ static bool injectOne(std::atomic<bool>& done, const DefineClassMethod* methods,
   return true;
 }
 
+// The Java side may have made a class of a later version of it.
+static bool stayedRewritable(const WorkingClass& work) {
+  ByteReader in(work.bytes());
+  in.u4();
+  const USHORT minor = in.u2();
+  return isRewritable(minor, in.u2());
+}
+
 static void switchHookOff() {
   traceMin("InstrumentJNI: turning off JVMPI ClassLoadHook");
   if (jvmpi) jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
@@ -197,11 +208,11 @@ static void handBack(JVMPI_Event* event, ClassBytes bytes) {
 static void handleClass(JVMPI_Event* event, ClassBytes bytes) {
   if (readVersion(bytes) != Version::ours) return;
   auto layout = readClassLayout(bytes);
-  if (!layout) return reportCorrupt(bytes);
+  if (!layout || !namesHold(*layout)) return reportCorrupt(bytes);
   WorkingClass work(bytes, std::move(*layout));
   noteServerStart(work.layout()->name);
   if (instrumentationActive && !instrumentedClassLoader) handToJavaSide(event->env_id, work);
-  if (config.instrumentDefineClass) inject(work);
+  if (config.instrumentDefineClass && stayedRewritable(work)) inject(work);
   if (work.changed()) handBack(event, work.bytes());
 }
 

@@ -18,8 +18,8 @@ void handleJavaException(JNIEnv* env);
 // the text stays the caller's and must live on.
 void setBootClassName(const char* class_name);
 
-extern jclass bcmBootstrapCls;  // a global reference, null until found
-extern jmethodID instrumentJNIMeth;
+extern std::atomic<jclass> bcmBootstrapCls;  // a global reference, null until found
+extern jmethodID instrumentJNIMeth;          // read only behind a class that is not null
 
 extern std::atomic<bool> instrumentationActive;    // the server's start-up class has been seen
 extern std::atomic<bool> instrumentedClassLoader;  // a class loader has been rewritten

@@ -105,6 +105,20 @@ class Hook(unittest.TestCase):
         self.assertIn("offered p.Product by p.BareLoader from 3", lines)
         self.assertIn("p.Product says woven", lines)
 
+    def test_what_is_no_class_is_told_and_left_to_the_jvm(self):
+        lines = self.steps("instrument", "load=weblogic.Server", "broken", "say=p.Victim",
+                           configuration=self.configure("p.NoSuchLoader"))
+        self.assertEqual([line for line in lines if "p." in line or line == "refused"],
+                         ["offered p.PlainLoader by hook from 0", "refused", "refused",
+                          "offered p.Victim by hook from 0", "p.Victim says woven"])
+        logs = self.scratch / "logs" / "VEL" / "logs"
+        log = (logs / "msg-dc.log").read_text(encoding="utf-8")
+        self.assertEqual(log.count("Bad class file magic CAFEBABF"), 1)
+        self.assertEqual(log.count("Class file corrupt"), 1)
+        victim = (CLASSES / "old" / "p" / "Victim.class").read_bytes()
+        self.assertEqual((self.scratch / "BadClass.class").read_bytes(),
+                         victim[:len(victim) // 2])
+
     def test_the_hook_goes_off_in_the_jvm_when_both_are_rewritten(self):
         lines = self.steps("loader=p.PlainLoader", "load=p.Late", "proxy", "load=p.Victim",
                            flags=["-XX:TraceJVMTI=ec+s", "-Xlog:jvmti=trace"],

@@ -42,7 +42,9 @@ inline const char* complaintAboutRewritten(const ClassLayout& before, std::vecto
   if (after->methodCount != before.methodCount + 1) return "not one method more";
   if (after->name != before.name) return "another class";
   rewritten.resize(bridge::dropNamelessExceptions(rewritten.data(), rewritten.size()));
-  return readClassLayout(rewritten) ? nullptr : "without nameless exceptions it is no class";
+  const auto shown = readClassLayout(rewritten);
+  if (!shown) return "without nameless exceptions it is no class";
+  return namesHold(*shown) || !namesHold(before) ? nullptr : "it has names that it had not";
 }
 
 // Null when all is well. `pick` chooses the call that is redirected.

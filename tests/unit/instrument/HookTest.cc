@@ -54,7 +54,7 @@ class Hook : public testing::Test {
     JVMPI_Event event{};
     event.env_id = jvm.env();
     notifyJVMInitDone(&event);
-    ASSERT_NE(bcmBootstrapCls, nullptr);
+    ASSERT_NE(bcmBootstrapCls.load(), nullptr);
   }
   void keepNames() {
     javaSide([this](const std::string& bytes, const std::string& name) {
@@ -130,6 +130,28 @@ TEST_F(Hook, WhatIsNoClassIsTold) {
   }
   load(bytes("00000100"));  // the fake toolkit writes any number in decimal
   EXPECT_THAT(toolkit.texts(), ElementsAre("Bad class file magic 256"));
+}
+
+TEST_F(Hook, IndicesOutsideThePoolAreToldToo) {
+  const std::tuple<const char*, int> places[] = {
+      {"superclass", 4}, {"interface", 8},      {"field", 14},
+      {"its type", 16},  {"its attribute", 20}, {"method", 31},
+      {"its type", 33},  {"its attribute", 37}, {"attribute of the class", 48},
+  };  // behind the pool's end
+  const auto whole = LoaderClass().make();
+  const auto poolEnd = readClassLayout(whole)->pool->end - whole.data();
+  for (const auto& [why, place] : places) {
+    for (const BYTE index : {14, 15}) {  // the second half of a Long, and behind the pool
+      SCOPED_TRACE(why);
+      auto data = whole;
+      data[static_cast<std::size_t>(poolEnd + place)] = 0;
+      data[static_cast<std::size_t>(poolEnd + place + 1)] = index;
+      toolkit.lines();
+      EXPECT_EQ(load(data), "");
+      EXPECT_THAT(toolkit.texts(), ElementsAre("Class file corrupt"));
+    }
+  }
+  EXPECT_NE(load(whole), "");
 }
 
 TEST_F(Hook, NoPrefixOfALoaderIsRewritten) {
@@ -244,6 +266,17 @@ TEST_F(Hook, ALoaderThatTheJavaSideChangedKeepsBothChanges) {
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout->access_flags, 0x0421);
   EXPECT_EQ(layout->methodCount, 2);
+}
+
+TEST_F(Hook, ALoaderThatTheJavaSideMadeALaterClassIsNotRewritten) {
+  instrumentationActive = true;
+  LoaderClass later;
+  later.version = "0000 0032";
+  const auto bytes = later.make();
+  const std::string expected(bytes.begin(), bytes.end());
+  javaSide([&](const std::string&, const std::string&) { return jvm.newBytes(expected); });
+  EXPECT_EQ(load("p/Loader"), expected);
+  EXPECT_FALSE(instrumentedClassLoader);
 }
 
 TEST_F(Hook, DumpsOfRewrittenAndCorruptClasses) {

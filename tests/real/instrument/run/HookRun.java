@@ -20,6 +20,7 @@ public final class HookRun {
         case "loader" -> say(throughLoader(words[1]));
         case "system" -> say(define(ClassLoader.getSystemClassLoader(), product()));
         case "proxy" -> say(throughProxy());
+        case "broken" -> tryBroken();
         default -> throw new IllegalArgumentException(step);
       }
     }
@@ -62,6 +63,21 @@ public final class HookRun {
         loader.getClass().getMethod("define", String.class, byte[].class, int.class, int.class);
     return (Class<?>)
         define.invoke(loader, "p.Product", bytes, OFFSET, bytes.length - 2 * OFFSET);
+  }
+
+  /** Old classes that are none: another magic, and cut in the middle. */
+  private static void tryBroken() throws Exception {
+    byte[] whole =
+        HookRun.class.getClassLoader().getResourceAsStream("p/Victim.class").readAllBytes();
+    byte[] another = whole.clone();
+    another[3]++;
+    for (byte[] bytes : new byte[][] {another, Arrays.copyOf(whole, whole.length / 2)}) {
+      try {
+        new p.PlainLoader(null).define("p.Victim", bytes, 0, bytes.length);
+      } catch (ClassFormatError e) {
+        System.out.println("refused");
+      }
+    }
   }
 
   private static Class<?> throughProxy() throws Exception {
