@@ -84,27 +84,23 @@ static void reportCorrupt(ClassBytes bytes) {
   dumpClass("BadClass", bytes);
 }
 
-enum class Version { ours, other, unreadable };
-
 // Later classes verify their code by maps that a new method would need, too.
 static bool isRewritable(USHORT minor, USHORT major) {
   return (major >= 45 && major <= 47) || (major == 48 && minor == 0);
 }
 
-static Version readVersion(ClassBytes bytes) {
+// Whether the class is to be read at all; what is none is told.
+static bool concernsUs(ClassBytes bytes) {
   ByteReader in(bytes);
   const ULONG magic = in.u4();
   if (in.ok() && magic != 0xCAFEBABE) {
     logError({1049, "Bad class file magic %0X"}, magic);
-    return Version::other;
+    return false;
   }
   const USHORT minor = in.u2();
   const USHORT major = in.u2();
-  if (!in.ok()) {
-    reportCorrupt(bytes);
-    return Version::unreadable;
-  }
-  return isRewritable(minor, major) ? Version::ours : Version::other;
+  if (!in.ok()) reportCorrupt(bytes);
+  return in.ok() && isRewritable(minor, major);
 }
 
 static void noteServerStart(std::string_view class_name) {
@@ -206,7 +202,7 @@ static void handBack(JVMPI_Event* event, ClassBytes bytes) {
 }
 
 static void handleClass(JVMPI_Event* event, ClassBytes bytes) {
-  if (readVersion(bytes) != Version::ours) return;
+  if (!concernsUs(bytes)) return;
   auto layout = readClassLayout(bytes);
   if (!layout || !namesHold(*layout)) return reportCorrupt(bytes);
   WorkingClass work(bytes, std::move(*layout));

@@ -99,6 +99,14 @@ class Hook(unittest.TestCase):
         self.assertEqual(lines.count("p.Product says plain"), 2)
         self.assertIn("velprobe$defineClass", self.disassembled("p.PlainLoader"))
 
+    def test_an_instrumenter_that_fails_costs_no_class(self):
+        done = self.java("HookRun", "fail", "load=weblogic.Server", "proxy", "say=p.Victim",
+                         flags=STRICT, configuration=self.configure("p.NoSuchLoader"))
+        self.assertIn("p.Product says plain", done.stdout)
+        self.assertIn("p.Victim says plain", done.stdout)
+        for name in ("p.Product", "p.Victim"):
+            self.assertIn(f"AssertionError: no {name}", done.stderr)
+
     def test_a_loader_that_knows_no_class_format_error(self):
         lines = self.steps("instrument", "loader=p.BareLoader",
                            configuration=self.configure("p.BareLoader"))

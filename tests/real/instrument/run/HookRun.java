@@ -15,6 +15,7 @@ public final class HookRun {
       String[] words = step.split("=", 2);
       switch (words[0]) {
         case "instrument" -> BcmBootstrap.setInstrumenter(HookRun::weave);
+        case "fail" -> BcmBootstrap.setInstrumenter(HookRun::fail);
         case "load" -> Class.forName(words[1]);
         case "say" -> say(Class.forName(words[1]));
         case "loader" -> say(throughLoader(words[1]));
@@ -36,6 +37,11 @@ public final class HookRun {
     System.out.println("offered " + name + " by " + by + " from " + offset);
     String text = new String(bytes, offset, length, StandardCharsets.ISO_8859_1);
     return text.replace("plain", "woven").getBytes(StandardCharsets.ISO_8859_1);
+  }
+
+  private static byte[] fail(
+      ClassLoader loader, String name, byte[] bytes, int offset, int length) {
+    throw new AssertionError("no " + name);
   }
 
   private static void say(Class<?> type) throws Exception {

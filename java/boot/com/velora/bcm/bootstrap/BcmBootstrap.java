@@ -23,7 +23,8 @@ public final class BcmBootstrap {
     return changed(loader, className, bytes, offset, length);
   }
 
-  // A class that cannot be instrumented is loaded all the same.
+  // A class that cannot be instrumented is loaded all the same, whatever the instrumenter raises:
+  // it runs inside the server's own class loading.
   private static byte[] changed(
       ClassLoader loader, String className, byte[] bytes, int offset, int length) {
     ClassInstrumenter current = instrumenter;
@@ -32,7 +33,7 @@ public final class BcmBootstrap {
     }
     try {
       return current.instrument(loader, className, bytes, offset, length);
-    } catch (Exception | LinkageError e) {
+    } catch (Throwable e) {
       e.printStackTrace();
       return null;
     }
