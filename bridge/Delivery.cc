@@ -32,10 +32,17 @@ static bool skipping = false;
 // one JNI call for each object with an id.
 constexpr time_t kSweepSeconds = 1;
 
-static sem_t noted;
+// A thread of the bridge's own and what wakes it.
+struct OwnThread {
+  sem_t noted;
+  std::atomic<bool> ended{true};
+  std::atomic<jobject> object{nullptr};
+};
+
+// Two, because the agent may pause before it frees unloaded classes: collections are told
+// meanwhile.
+static OwnThread collections, unloadings;
 static std::atomic<bool> ending{false};
-static std::atomic<bool> ended{true};
-static std::atomic<jobject> deliveryThread{nullptr};
 
 void noteGc(bool start) {
   {
@@ -46,7 +53,7 @@ void noteGc(bool start) {
     if (skip) return;
     notes.isStart[notes.count++] = start;
   }
-  sem_post(&noted);
+  sem_post(&collections.noted);
 }
 
 static void takeNotes(Notes& taken) {
@@ -141,58 +148,83 @@ static time_t seconds(clockid_t clock) {
   return t.tv_sec;
 }
 
-// Until there is a note, or, with a sweep due, for its interval at most.
-static void awaitNote(bool sweepDue) {
-  const timespec limit{seconds(CLOCK_REALTIME) + kSweepSeconds + 1, 0};
-  while ((sweepDue ? sem_timedwait(&noted, &limit) : sem_wait(&noted)) != 0 && errno == EINTR) {
+static void awaitNote(sem_t& noted) {
+  while (sem_wait(&noted) != 0 && errno == EINTR) {
   }
 }
 
-static void deliveryLoop(JNIEnv* env) {
+// Until there is a note, or for the interval between two looks at most.
+static void awaitNoteOrLook(sem_t& noted) {
+  const timespec limit{seconds(CLOCK_REALTIME) + kSweepSeconds + 1, 0};
+  while (sem_timedwait(&noted, &limit) != 0 && errno == EINTR) {
+  }
+}
+
+static void collectionLoop(JNIEnv* env) {
   const HeapMeter meter(env);
   static Notes taken;  // this thread's alone
-  bool sweepDue = false;
-  time_t lastSweep = 0;
   while (!ending) {
-    awaitNote(sweepDue);
+    awaitNote(collections.noted);
     takeNotes(taken);
     for (std::size_t i = 0; i < taken.count && !ending; ++i) {
       deliverGc(env, taken.isStart[i], meter);
-      sweepDue |= !taken.isStart[i];
+      if (!taken.isStart[i]) sem_post(&unloadings.noted);
     }
-    if (ending || !sweepDue || seconds(CLOCK_MONOTONIC) - lastSweep < kSweepSeconds) continue;
-    deliverUnloads(env);
-    lastSweep = seconds(CLOCK_MONOTONIC);
-    sweepDue = false;
   }
-  ended = true;
+  collections.ended = true;
 }
 
-void prepareDelivery() { sem_init(&noted, 0, 0); }
+static void unloadingLoop(JNIEnv* env) {
+  bool lookDue = false;
+  time_t lastLook = 0;
+  while (!ending) {
+    lookDue ? awaitNoteOrLook(unloadings.noted) : awaitNote(unloadings.noted);
+    lookDue = true;
+    if (ending || seconds(CLOCK_MONOTONIC) - lastLook < kSweepSeconds) continue;
+    deliverUnloads(env);
+    lastLook = seconds(CLOCK_MONOTONIC);
+    lookDue = false;
+  }
+  unloadings.ended = true;
+}
+
+void prepareDelivery() {
+  sem_init(&collections.noted, 0, 0);
+  sem_init(&unloadings.noted, 0, 0);
+}
+
+template <OwnThread& own>
+static bool start(JNIEnv* env, const char* name, void (*loop)(JNIEnv*)) {
+  own.ended = false;
+  const auto remember = [](JNIEnv* e, jthread thread) { own.object = e->NewGlobalRef(thread); };
+  if (startSystemThread(env, name, JVMPI_MAXIMUM_PRIORITY, loop, remember)) return true;
+  own.ended = true;
+  return false;
+}
 
 void startDelivery(JNIEnv* env) {
-  ended = false;
-  const auto remember = [](JNIEnv* e, jthread thread) { deliveryThread = e->NewGlobalRef(thread); };
-  if (!startSystemThread(env, "Velora Event Delivery", JVMPI_MAXIMUM_PRIORITY, deliveryLoop,
-                         remember)) {
-    ended = true;
+  if (!start<collections>(env, "Velora Event Delivery", collectionLoop))
     complain("no delivery thread: garbage collection and class unloading go unseen");
-  }
+  else if (!start<unloadings>(env, "Velora Unload Delivery", unloadingLoop))
+    complain("no second delivery thread: class unloading goes unseen");
 }
 
 void endDelivery() {
-  if (ended) return;
+  const auto haveEnded = [] { return collections.ended && unloadings.ended; };
+  if (haveEnded()) return;
   ending = true;
-  sem_post(&noted);
-  for (int pass = 0; pass < 30 && !ended; ++pass) {
+  sem_post(&collections.noted);
+  sem_post(&unloadings.noted);
+  for (int pass = 0; pass < 30 && !haveEnded(); ++pass) {
     const timespec pause{0, 100'000};
     nanosleep(&pause, nullptr);
   }
 }
 
 bool isDeliveryThread(JNIEnv* env, jthread thread) {
-  const jobject own = deliveryThread;
-  return own && env->IsSameObject(own, thread);
+  for (const OwnThread* own : {&collections, &unloadings})
+    if (const jobject known = own->object; known && env->IsSameObject(known, thread)) return true;
+  return false;
 }
 
 }  // namespace bridge

@@ -51,13 +51,17 @@ static std::optional<FrameTexts> registeredMethod(jmethodID id) {
 }
 
 // A class that was loaded before the probe collected is not in the table. The requested event
-// enters it, on this thread, before the request returns.
+// enters it, on this thread, before the request returns. A class that is there and lacks the
+// method, because its code was replaced while the method ran, would lack it again: each stack trace
+// would enter it once more.
 static std::optional<FrameTexts> describeFrame(jmethodID id) {
   auto texts = registeredMethod(id);
   JVMPI_Interface* profiler = jvmpi;
   if (texts || !profiler || !id) return texts;
   jobjectID owner = profiler->GetMethodClass(id);
-  if (!owner || profiler->RequestEvent(JVMPI_EVENT_CLASS_LOAD, owner) != JVMPI_SUCCESS)
+  if (!owner) return texts;
+  if (!getClassEntry(owner) &&
+      profiler->RequestEvent(JVMPI_EVENT_CLASS_LOAD, owner) != JVMPI_SUCCESS)
     return texts;
   return registeredMethod(id);
 }

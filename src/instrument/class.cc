@@ -161,8 +161,8 @@ static void deleteDirtyClasses() {
   traceMax("cleaning up table done");
 }
 
-// The caller is inside the stop gate, and on most JVMs the one thread that reports unloading: the
-// pause ends with the gate's closing, and soon enough whatever the setting says.
+// The caller is inside the stop gate, and with the bridge the one thread that reports unloading:
+// the pause ends with the gate's closing, and soon enough whatever the setting says.
 static void letMethodEventsFinish() {
   constexpr int kLongestMs = 60'000, kPieceMs = 50;
   const int pause = std::min(methodHashWaitInterval.load(), kLongestMs);

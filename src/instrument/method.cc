@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <memory>
 
 #include "base/Trace.h"
 #include "base/Utils.h"
@@ -10,10 +9,7 @@ constexpr unsigned kMethodLocks = 67;
 
 int method_hash_size = 55511;
 // The buckets' sentinels; a method hangs behind that of its id.
-static std::unique_ptr<jmethod_t[]>& methodHash() {
-  static auto* const table = new std::unique_ptr<jmethod_t[]>;
-  return *table;
-}
+static Published<jmethod_t> method_hash;
 static Published<VelOsLock> methodTableLocks;  // kMethodLocks of them
 
 jmethod_t::jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner) {
@@ -54,19 +50,21 @@ unsigned getMethHashIndex(unsigned method_id) {
 
 void jmethod_t::addToMethodTable() {
   VEL_TRACE();
-  if (!methodHash()) return;
+  jmethod_t* heads = method_hash;
+  if (!heads) return;
   bucket = getMethHashIndex(lowHalf(method_id));
   LockIfMade locked(lockOfBucket(bucket));
-  jmethod_t& head = methodHash()[bucket];
+  jmethod_t& head = heads[bucket];
   next = head.next;
   head.next = this;
 }
 
 void jmethod_t::removeFromMethodTable() {
   VEL_TRACE();
-  if (!methodHash()) return;
+  jmethod_t* heads = method_hash;
+  if (!heads) return;
   LockIfMade locked(lockOfBucket(bucket));
-  for (jmethod_t* node = &methodHash()[bucket]; node; node = node->next) {
+  for (jmethod_t* node = &heads[bucket]; node; node = node->next) {
     if (node->next != this) continue;
     node->next = next;
     next = nullptr;
@@ -81,10 +79,11 @@ void jmethod_t::forgetId() {
 
 bool visitMethod(jmethodID method_id, const std::function<void(const jmethod_t&)>& use) {
   VEL_TRACE();
-  if (!methodHash() || !method_id) return false;
+  const jmethod_t* heads = method_hash;
+  if (!heads || !method_id) return false;
   const unsigned index = getMethHashIndex(lowHalf(method_id));
   LockIfMade locked(lockOfBucket(index));
-  for (const jmethod_t* node = methodHash()[index].next; node; node = node->next) {
+  for (const jmethod_t* node = heads[index].next; node; node = node->next) {
     if (node->method_id != method_id) continue;
     use(*node);
     return true;
@@ -99,13 +98,14 @@ void initMethodTableLock() {
 
 void createMethodTable() {
   VEL_TRACE();
-  if (methodHash()) return;
+  if (method_hash) return;
   if (method_hash_size <= 0) method_hash_size = 55511;
   traceMax("Method table hash size %d", method_hash_size);
-  methodHash() = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(method_hash_size));
+  method_hash = new jmethod_t[static_cast<std::size_t>(method_hash_size)];
 }
 
 void deleteMethodTable() {
   VEL_TRACE();
-  methodHash().reset();
+  delete[] method_hash.get();
+  method_hash = nullptr;
 }

@@ -86,6 +86,22 @@ class Methods(unittest.TestCase):
     def test_unloaded_classes_freed_in_batches(self):
         self.check_unloading(40, method__hash__cleanup=7, method__hash__cleanupinterval=1)
 
+    # The agent pauses before it frees classes; collections are reported all the same.
+    def test_collections_during_the_pause(self):
+        self.start(method__hash__cleanup=1, method__hash__cleanupinterval=60000)
+        self.ask("drop 3", "dropped")
+
+        def collect_until(what, reached):
+            def done():
+                self.ask("collect", "collected")
+                return reached()
+            wait_until(what, done)
+
+        collect_until("a class is unloaded", self.unloaded)
+        so_far = len(self.records("GC_"))
+        collect_until("later collections arrive", lambda: len(self.records("GC_")) > so_far + 4)
+        self.end()
+
     def test_unloaded_classes_freed_at_once(self):
         self.check_unloading(20, method__hash__cleanup=-1)
 

@@ -175,6 +175,20 @@ TEST_F(Queries, ClassesThatAreNotRegisteredAreAskedFor) {
   EXPECT_EQ(asked, (std::vector<void*>{classId(0x30), classId(0x40)}));
 }
 
+// Its code was replaced while the method ran: the class as it is now has no method of this id.
+TEST_F(Queries, AClassThatLacksTheMethodIsEnteredOnce) {
+  load(0x10);
+  theJvm().methodClasses = {{method(0x99), classId(0x30)}};
+  int asked = 0;
+  theJvm().onRequest = [&](jint, void*) -> jint {
+    ++asked;
+    load(0x30);
+    return JVMPI_SUCCESS;
+  };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(stack(worker({0x99}).id(), 2), Texts{});
+  EXPECT_EQ(asked, 1);
+}
+
 TEST_F(Queries, NoStackWhileTheProbeIsDisabled) {
   AgentState::resetForTest();
   EXPECT_EQ(stack(worker({0x10}).id(), 2), Texts{"none"});
