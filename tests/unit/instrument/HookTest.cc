@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <thread>
 
 #include "ClassMaker.h"
@@ -12,9 +13,11 @@
 using testing::ElementsAre;
 
 static bool noMemory = false;
+static std::mutex handedOverLock;
 static std::vector<std::unique_ptr<char[]>> handedOver;
 static void* allocate(unsigned int size) {
   if (noMemory) return nullptr;
+  const std::lock_guard locked(handedOverLock);
   handedOver.push_back(std::make_unique<char[]>(size));
   return handedOver.back().get();
 }
@@ -170,6 +173,27 @@ TEST_F(Hook, OneLoaderAndOneProxyThenTheHookGoesOff) {
   EXPECT_NE(load("p/Loader"), "");  // by the second configured method
   EXPECT_FALSE(jvm.isEnabled(JVMPI_EVENT_CLASS_LOAD_HOOK));
   EXPECT_EQ(load("p/Loader"), "");
+}
+
+TEST_F(Hook, OneLoaderAndOneProxyWhicheverThreadsLoadThem) {
+  instrumentationActive = true;
+  std::atomic<int> atWork{0}, rewritten{0};
+  std::atomic<bool> together{false};
+  javaSide([&](const std::string&, const std::string&) -> FakeObject* {
+    if (++atWork > 1) together = true;
+    --atWork;
+    return nullptr;
+  });
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i)
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) EXPECT_EQ(load("p/Other"), "");
+      for (const char* name : {"p/Loader", "p/Proxy", "p/Loader"}) rewritten += !load(name).empty();
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(rewritten, 2);
+  EXPECT_FALSE(together);  // the Java side gets one class at a time
+  EXPECT_FALSE(jvm.isEnabled(JVMPI_EVENT_CLASS_LOAD_HOOK));
 }
 
 TEST_F(Hook, NothingIsRewrittenUnlessAskedFor) {

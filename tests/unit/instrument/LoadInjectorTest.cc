@@ -135,6 +135,19 @@ TEST(LoadInjector, APoolHasRoomForTenMoreOrIsLeftAlone) {
   }
 }
 
+TEST(LoadInjector, MethodsHaveRoomForOneMoreOrAreLeftAlone) {
+  for (const auto& [count, fits] : {std::pair(65534, true), std::pair(65535, false)}) {
+    LoaderClass cls;
+    cls.methods = u2(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) cls.methods += "0401000500060000";
+    const auto result = rewritten(cls, defineClassMethod());
+    ASSERT_EQ(!result.empty(), fits) << count;
+    if (fits) {
+      EXPECT_EQ(readClassLayout(result)->methodCount, 65535);
+    }
+  }
+}
+
 TEST(LoadInjector, WrapperBodies) {
   const DefineClassMethod plain = defineClassMethod();
   const auto instance = generateWrapperMethod(0x21, 0, plain, 0x17, 0x18);
