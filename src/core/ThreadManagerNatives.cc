@@ -1,4 +1,5 @@
-// com.velora.probe.ThreadManager: requests of the calling thread, and questions about threads.
+// com.velora.probe.ThreadManager: requests of the calling thread but those of beans, and questions
+// about threads.
 #include <com_velora_probe_ThreadManager.h>
 
 #include "base/Trace.h"
@@ -19,15 +20,6 @@ VEL_REPORT(Java_com_velora_probe_ThreadManager_errorNativeHttpRequest,
 VEL_REPORT(Java_com_velora_probe_ThreadManager_finishNativeHttpRequest,
            (jstring requestName, jstring, jstring), (DC2PS_SERVLET_REQUEST_END_RECORD),
            EventUtils::endHttpRequest(env, requestName))
-
-VEL_REPORT(Java_com_velora_probe_ThreadManager_beginNativeEJBRequest,
-           (jstring requestName, jstring applicationName, jstring url),
-           (DC2PS_EJB_REQUEST_START_RECORD),
-           EventUtils::beginBeanRequest(env, self, requestName, applicationName, url))
-VEL_REPORT(Java_com_velora_probe_ThreadManager_endNativeEJBRequest,
-           (jstring requestName, jstring applicationName, jstring url),
-           (DC2PS_EJB_REQUEST_END_RECORD),
-           EventUtils::endBeanRequest(env, self, requestName, applicationName, url))
 
 // Besides the usual entry and exit, because traces of these calls are read by these words.
 static void iiop(JNIEnv* env, const char* native, Event::EventType type,

@@ -1,5 +1,6 @@
-// Allocations and locks, as the code that is woven into the application reports them.
+// Allocations, locks and beans, as the code that is woven into the application reports them.
 #define VEL_TRACED_FILE "methodmodule.cc"
+#include <com_velora_probe_ThreadManager.h>
 #include <com_velora_probe_heap_HeapAnalysisRuntime.h>
 #include <com_velora_probe_lock_LockAnalysisRuntime.h>
 
@@ -58,3 +59,12 @@ VEL_REPORT_RESULT(jboolean, JNI_FALSE, Java_com_velora_probe_lock_LockAnalysisRu
                   appendLock(env, kind, className, methodId,
                              {owningRequestType, owningRequestName, owningApplicationName,
                               owningMethodId, unused}))
+
+VEL_REPORT(Java_com_velora_probe_ThreadManager_beginNativeEJBRequest,
+           (jstring requestName, jstring applicationName, jstring url),
+           (DC2PS_EJB_REQUEST_START_RECORD),
+           EventUtils::beginBeanRequest(env, self, requestName, applicationName, url))
+VEL_REPORT(Java_com_velora_probe_ThreadManager_endNativeEJBRequest,
+           (jstring requestName, jstring applicationName, jstring url),
+           (DC2PS_EJB_REQUEST_END_RECORD),
+           EventUtils::endBeanRequest(env, self, requestName, applicationName, url))
