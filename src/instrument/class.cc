@@ -236,11 +236,11 @@ void deleteClassTable() {
   }
 }
 
-// The node before the first class that matches, or null. Classes without a successor are not
-// tested, so the oldest is never found. With class_list_lock held.
+// The node before the first class behind `node` that matches, or null. Classes without a successor
+// are not tested, so the oldest is never found. With class_list_lock held.
 template <class Matches>
-static jclass_t* findBefore(Matches matches) {
-  for (jclass_t* node = class_hash; node && node->next && node->next->next; node = node->next)
+static jclass_t* findBefore(jclass_t* node, Matches matches) {
+  for (; node && node->next && node->next->next; node = node->next)
     if (matches(*node->next)) return node;
   return nullptr;
 }
@@ -248,7 +248,7 @@ static jclass_t* findBefore(Matches matches) {
 template <class Matches>
 static jclass_t* findClass(Matches matches) {
   LockIfMade locked(class_list_lock);
-  const jclass_t* before = findBefore(matches);
+  const jclass_t* before = findBefore(class_hash, matches);
   return before ? before->next : nullptr;
 }
 
@@ -273,8 +273,8 @@ std::unique_ptr<jclass_t> takeUnloaded(const char* name) {
   VEL_TRACE();
   if (!name) return nullptr;
   LockIfMade locked(class_list_lock);
-  jclass_t* before =
-      findBefore([name](const jclass_t& node) { return node.class_id && isNamed(node, name); });
+  jclass_t* before = findBefore(
+      class_hash, [name](const jclass_t& node) { return node.class_id && isNamed(node, name); });
   if (!before) return nullptr;
   before->next->delete_flag = 1;
   return unlinkAfter(*before);
@@ -286,10 +286,10 @@ std::unique_ptr<jclass_t> takeUnloaded(jobjectID class_id) {
   VEL_TRACE();
   if (!class_id) return nullptr;
   const bool atOnce = CLASSULOAD_CLEANUP == -1;
+  const auto matches = [class_id](const jclass_t& node) { return node.class_id == class_id; };
   std::unique_ptr<jclass_t> record;
   LockIfMade locked(class_list_lock);
-  while (jclass_t* before =
-             findBefore([class_id](const jclass_t& node) { return node.class_id == class_id; })) {
+  for (jclass_t* before = class_hash; (before = findBefore(before, matches));) {
     if (!record) record.reset(before->next->clone());
     if (atOnce)
       unlinkAfter(*before);
