@@ -57,6 +57,25 @@ class Methods(unittest.TestCase):
         stamps = [r["cpuTime"] for r in story if "cpuTime" in r]
         self.assertEqual(stamps, sorted(stamps))
 
+    def test_a_new_connection_is_told_the_classes_that_are_left(self):
+        self.start()
+        self.ask("announce", "announced")
+        self.ask("keep", "kept")
+        loads = lambda: [(r["className"], r["methods"]) for r in self.records("CLASS_LOAD")]
+        wait_until("the classes arrive", lambda: len(loads()) == 3)
+        kept = loads()[-1]
+        self.collector.remove()
+        self.collector = Collector("--strict", port=self.collector.port).start()
+
+        # Only who writes learns that the other end has gone.
+        def told_again():
+            self.ask("analyse", "analysed")
+            return loads()
+        wait_until("the class arrives again", told_again)
+        self.end()
+        self.assertEqual(loads(), [kept])
+        self.assertEqual(kept[0], "shop.Kept")
+
     def test_natives_are_registered(self):
         self.start("-Xcheck:jni")
         self.assertEqual(self.ask("register", "registered "), "false false true")

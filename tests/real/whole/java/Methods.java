@@ -12,7 +12,7 @@ import java.io.InputStreamReader;
 
 /**
  * Reports classes and methods as woven code does, and lets the JVM unload classes. Does on standard
- * input's orders: "announce", "register", "analyse", "drop N", "collect", "report".
+ * input's orders: "announce", "keep", "register", "analyse", "drop N", "collect", "report".
  */
 public class Methods {
     /** Of another name than the classes that the library knows: its natives can only be registered. */
@@ -113,6 +113,11 @@ public class Methods {
         BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
         for (String order = orders.readLine(); order != null; order = orders.readLine()) {
             if (order.equals("announce")) announce();
+            if (order.equals("keep")) {
+                MethodLevelModule.initializeClass(
+                        "shop.Kept", new int[] {40}, new String[] {"stay"}, new String[] {"()V"});
+                System.out.println("kept");
+            }
             if (order.equals("register")) register();
             if (order.equals("analyse")) analyse();
             if (order.startsWith("drop ")) drop(Integer.parseInt(order.substring(5)));
