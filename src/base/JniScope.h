@@ -16,6 +16,14 @@ inline bool describeAndClear(JNIEnv* env) {
   return true;
 }
 
+// The same for a look-up that may well find nothing, which is no news: nothing is printed.
+inline bool clearQuietly(JNIEnv* env) {
+  if (!env->ExceptionCheck()) [[likely]]
+    return false;
+  env->ExceptionClear();
+  return true;
+}
+
 // Owns a local reference. Agent loops never return to Java, so nobody else frees theirs.
 template <class T>
 class LocalRef {

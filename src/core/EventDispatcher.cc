@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "base/Trace.h"
 #include "core/Native.h"
 #include "core/velora.h"
 #include "events/EventUtils.h"
+#include "events/JavaText.h"
 #include "instrument/JitiDelegate.h"
 #include "instrument/hook.h"
 
@@ -32,18 +34,19 @@ static void onClassLoadHook(JVMPI_Event* event) {
 static void describeClass(const JVMPI_Event* event) {
   const auto& loaded = event->u.class_load;
   const std::string_view name(loaded.class_name ? loaded.class_name : "");
-  class_load.class_name[name.copy(class_load.class_name, sizeof class_load.class_name - 1)] = '\0';
+  const auto length = cutLength(name.data(), name.size(), sizeof class_load.class_name - 1);
+  class_load.class_name[name.copy(class_load.class_name, length)] = '\0';
   class_load.num_interfaces = loaded.num_interfaces;
   class_load.num_methods = loaded.num_methods;
   class_load.class_id = loaded.class_id;
   class_load.num_static_fields = 0;  // should there be no memory for their types
   const int fields = loaded.statics ? std::max(loaded.num_static_fields, 0) : 0;
-  class_load.static_types = std::make_unique<unsigned char[]>(static_cast<std::size_t>(fields));
+  delete[] std::exchange(class_load.static_types, nullptr);  // when nobody read the last answer
+  class_load.static_types = new unsigned char[static_cast<std::size_t>(fields)];
   class_load.num_static_fields = fields;
   for (int i = 0; i < fields; ++i) {
     const char* signature = loaded.statics[i].field_signature;
-    class_load.static_types[static_cast<std::size_t>(i)] =
-        signature ? getSignatureType(*signature) : 0;
+    class_load.static_types[i] = signature ? getSignatureType(*signature) : 0;
   }
 }
 

@@ -172,10 +172,10 @@ void setWLBCM(JVMPI_Event* event) {
   JNIEnv* env = event->env_id;
   if (!env) return;
   const LocalRef<jclass> server(env, env->FindClass("com/velora/weblogic/CustomCLAV"));
-  describeAndClear(env);
+  clearQuietly(env);
   if (!server.get()) return;
   jmethodID hook = env->GetStaticMethodID(server, "InstrumentBcm", "()V");
-  describeAndClear(env);
+  clearQuietly(env);
   if (!hook) return;
   env->CallStaticVoidMethod(server, hook);
   describeAndClear(env);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <type_traits>
 
 #include "jvm/jvmpi.h"
 
@@ -12,5 +12,8 @@ struct ClassLoadRecord {
   int num_static_fields = 0;
   int num_methods = 0;
   jobjectID class_id = nullptr;
-  std::unique_ptr<unsigned char[]> static_types;  // one basic type per static field
+  unsigned char* static_types =
+      nullptr;  // one basic type per static field; a new array, the reader's
 };
+static_assert(std::is_trivially_destructible_v<ClassLoadRecord>,
+              "dumps may go on while the process ends");

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "base/Trace.h"
 
@@ -73,6 +75,11 @@ static unsigned staticWidth(unsigned code) {
   return type ? type->width : 0;
 }
 
+// The description's field types, which are the reader's to free.
+static std::unique_ptr<unsigned char[]> takeStaticTypes(ClassLoadRecord& described) {
+  return std::unique_ptr<unsigned char[]>(std::exchange(described.static_types, nullptr));
+}
+
 class HeapReader {
  public:
   HeapReader(std::string_view dump, const HeapReaderCalls& calls) : in_(dump), calls_(calls) {}
@@ -122,12 +129,12 @@ void HeapReader::classDump() {
   if (!in_) return;
   ClassLoadRecord* described = calls_.describe(id);
   if (!described) return;
+  const auto staticTypes = takeStaticTypes(*described);
   traceMax("Class [%s] size=%d", described->class_name, instanceSize);
   in_.skip(kIdSize * static_cast<std::uint64_t>(std::max(described->num_interfaces, 0)));
   in_.skip(kPoolEntrySize * in_.u2());
-  for (int i = 0; described->static_types && i < described->num_static_fields; ++i)
-    in_.skip(staticWidth(described->static_types[static_cast<std::size_t>(i)]));
-  described->static_types.reset();
+  for (int i = 0; staticTypes && i < described->num_static_fields; ++i)
+    in_.skip(staticWidth(staticTypes[static_cast<std::size_t>(i)]));
 }
 
 // Counted before its class is looked up: an instance of a class that nobody describes is in the
@@ -141,9 +148,9 @@ void HeapReader::instanceDump() {
   totals_.InstanceSize += length;
   ClassLoadRecord* described = calls_.describe(classId);
   if (!described) return;
+  takeStaticTypes(*described);
   in_.skip(length);
   calls_.instance(classId, *described, length);
-  described->static_types.reset();
 }
 
 void HeapReader::objectArray() {

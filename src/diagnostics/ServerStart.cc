@@ -18,12 +18,12 @@ std::string extensionDirectories(std::string_view oldValue) {
 
 static jmethodID staticMethod(JNIEnv* env, jclass cls, const char* name, const char* signature) {
   jmethodID method = env->GetStaticMethodID(cls, name, signature);
-  return describeAndClear(env) ? nullptr : method;
+  return clearQuietly(env) ? nullptr : method;
 }
 
 static LocalRef<jclass> findClass(JNIEnv* env, const char* name) {
   LocalRef<jclass> cls(env, env->FindClass(name));
-  describeAndClear(env);
+  clearQuietly(env);
   return cls;
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/Trace.h"
+#include "base/types.h"
 #include "diagnostics/heapdump.h"
 
 constexpr std::size_t kMaxClasses = 20000;
@@ -40,10 +41,11 @@ std::span<const ClassEntry> classTable() {
   return table->rows;
 }
 
+// A size beyond an int comes with its bits: the totals count it unsigned, too.
 bool addClassEntry(jobjectID classId, const char* name, int size) {
   VEL_TRACE_AS("heapdump.cc");
   if (!table || table->rows.size() == kMaxClasses) return false;
-  table->rows.push_back({classId, name ? name : "", 1, static_cast<unsigned long>(size)});
+  table->rows.push_back({classId, name ? name : "", 1, static_cast<ULONG>(size)});
   table->index(table->rows.size() - 1);
   return true;
 }
@@ -68,7 +70,7 @@ static bool countIn(int row, jobjectID classId, const char* name, int size) {
   if (row < 0) return addClassEntry(classId, name, size);
   ClassEntry& entry = table->rows[static_cast<std::size_t>(row)];
   ++entry.count;
-  entry.size += static_cast<unsigned long>(size);
+  entry.size += static_cast<ULONG>(size);
   return true;
 }
 

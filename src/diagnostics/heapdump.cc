@@ -32,12 +32,15 @@ HeapAnalysis::~HeapAnalysis() {
   if (held_.owns_lock()) freeClassTable();
 }
 
+// The JVM's word is not enough: a probe that is switched off meanwhile takes no description, and
+// the record still has the one before.
 ClassLoadRecord* getClassData(jobjectID class_id) {
   VEL_TRACE();
   JVMPI_Interface* profiler = jvmpi;
+  class_load.class_id = nullptr;
   if (!profiler || profiler->RequestEvent(JVMPI_EVENT_CLASS_LOAD, class_id) != JVMPI_SUCCESS)
     return nullptr;
-  return &class_load;
+  return class_id && class_load.class_id == class_id ? &class_load : nullptr;
 }
 
 static int shown(unsigned long figure) {

@@ -11,7 +11,7 @@ static ClassLoadRecord* described(jobjectID id) {
   if (number % 2 != 0) return nullptr;
   record.num_interfaces = static_cast<int>(number >> 1 & 7) - 1;
   record.num_static_fields = static_cast<int>(number >> 4 & 15);
-  record.static_types = std::make_unique<unsigned char[]>(16);
+  record.static_types = new unsigned char[16];
   for (unsigned i = 0; i < 16; ++i)
     record.static_types[i] = static_cast<unsigned char>((number >> 8) + i);
   return &record;

@@ -153,11 +153,14 @@ TEST_F(Dispatcher, HeapDumpAsksForClasses) {
   EXPECT_EQ(class_load.class_id, classId(9));
   ASSERT_EQ(class_load.num_static_fields, 4);
   const unsigned char types[] = {JVMPI_CLASS, JVMPI_LONG, 0, 0};
-  EXPECT_TRUE(std::equal(types, types + 4, class_load.static_types.get()));
+  EXPECT_TRUE(std::equal(types, types + 4, class_load.static_types));
 
   dispatch(JVMPI_EVENT_CLASS_LOAD | kRequested, classLoad(nullptr));
   EXPECT_STREQ(class_load.class_name, "");
   EXPECT_EQ(class_load.num_static_fields, 0);
+  const std::string accented = std::string(510, 'n') + "\xC3\xA9";
+  dispatch(JVMPI_EVENT_CLASS_LOAD | kRequested, classLoad(accented.c_str()));
+  EXPECT_EQ(std::string(class_load.class_name), accented.substr(0, 510)) << "no half character";
   EXPECT_EQ(classes(), before);
   doingHeapDump = 0;
   dispatch(JVMPI_EVENT_HEAP_DUMP | kRequested);

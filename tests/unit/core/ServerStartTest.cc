@@ -28,15 +28,17 @@ class ServerStart : public testing::Test {
           directories = call.text(1);
           return FakeValue(nullptr);
         });
+  }
+  ~ServerStart() override {
+    velora_home[0] = appname[0] = veloraextdirs[0] = '\0';
+    AgentState::resetForTest();
+  }
+  void offerHook() {
     jvm.defineClass("com/velora/av5/bootstrap/CustomCLAV")
         .staticMethod("InstrumentBcm", "()V", [this](FakeCall&) {
           ++hooks;
           return FakeValue(nullptr);
         });
-  }
-  ~ServerStart() override {
-    velora_home[0] = appname[0] = veloraextdirs[0] = '\0';
-    AgentState::resetForTest();
   }
   void load(const char* name) {
     JVMMI_Event event{};
@@ -52,6 +54,7 @@ class ServerStart : public testing::Test {
 };
 
 TEST_F(ServerStart, ExtendsTheDirectoriesAndCallsTheHook) {
+  offerHook();
   load("weblogic/Server");
   EXPECT_EQ(directories, "/opt/v/lib/monitored/app1/:/opt/v/lib/ext::/srv/ext");
   EXPECT_EQ(hooks, 1);
@@ -62,6 +65,7 @@ TEST_F(ServerStart, ExtendsTheDirectoriesAndCallsTheHook) {
 }
 
 TEST_F(ServerStart, OnlyForTheStartUpClasses) {
+  offerHook();
   for (const char* name : {"weblogic.Server", "weblogic/Server2", "a/B", ""}) load(name);
   load(nullptr);
   AgentState::stopping();
@@ -70,7 +74,16 @@ TEST_F(ServerStart, OnlyForTheStartUpClasses) {
   EXPECT_EQ(hooks, 0);
 }
 
+// Most servers have no such hook: not worth a stack trace on their standard error.
+TEST_F(ServerStart, WithoutTheHookItEndsSilently) {
+  load("weblogic/Server");
+  EXPECT_EQ(directories, "/opt/v/lib/monitored/app1/:/opt/v/lib/ext::/srv/ext");
+  EXPECT_EQ(hooks, 0);
+  EXPECT_EQ(jvm.attach().described, 0);
+}
+
 TEST_F(ServerStart, WithoutThePropertyNothingHappens) {
+  offerHook();
   directories.clear();
   load("weblogic/Server");
   EXPECT_EQ(directories, "");

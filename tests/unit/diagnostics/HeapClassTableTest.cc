@@ -48,6 +48,8 @@ TEST_F(HeapClassTable, SortsSizesBeyondTwoGigabytes) {
   updateClassEntryByName(id(2), "tiny", 1);
   sortClassTable();
   EXPECT_EQ(rows(), "tiny#2 1/1 huge#1 3/6442450941 ");
+  updateClassEntryByName(id(2), "tiny", static_cast<int>(0xFFFFFFFFu));
+  EXPECT_EQ(rows(), "tiny#2 2/4294967296 huge#1 3/6442450941 ") << "one object of 4 GB";
 }
 
 TEST_F(HeapClassTable, HoldsTwentyThousandClasses) {

@@ -18,8 +18,8 @@ static ClassLoadRecord* described(jobjectID id) {
   std::snprintf(record.class_name, sizeof record.class_name, hasStatics ? "a.Static" : "a.Plain");
   record.num_interfaces = hasStatics ? 0 : 2;
   record.num_static_fields = hasStatics ? 5 : 0;
-  record.static_types = std::make_unique<unsigned char[]>(std::size(types));
-  std::copy(std::begin(types), std::end(types), record.static_types.get());
+  record.static_types = new unsigned char[std::size(types)];
+  std::copy(std::begin(types), std::end(types), record.static_types);
   return &record;
 }
 

@@ -108,7 +108,8 @@ TEST_F(HeapUtil, WithoutTheInterface) {
 
 // The JVM answers with a dump of two instances, and with the class when the reader asks for it.
 TEST_F(HeapUtil, DumpOnRequest) {
-  std::string records = bytes("21 01000000 07000000 00000002 FFFF 21 02000000 07000000 00000000");
+  std::string records = bytes("21 01000000 07000000 00000002 0000 21 02000000 07000000 00000000");
+  jobjectID answered = reinterpret_cast<jobjectID>(7);
   jvm.onRequest = [&](jint event, void* argument) {
     if (event == JVMPI_EVENT_HEAP_DUMP) {
       processHeapDump(records.data(), records.data() + records.size());
@@ -117,6 +118,7 @@ TEST_F(HeapUtil, DumpOnRequest) {
     EXPECT_EQ(event, JVMPI_EVENT_CLASS_LOAD);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(argument), 7u);
     std::snprintf(class_load.class_name, sizeof class_load.class_name, "a/Known");
+    class_load.class_id = answered;
     return JVMPI_SUCCESS;
   };
   EXPECT_EQ(dump(), 4) << "the probe is off";
@@ -129,6 +131,12 @@ TEST_F(HeapUtil, DumpOnRequest) {
             "2,2\na/Known,2,100.0,2,100.0\nprimitive[],0,0.0,0,0.0\nobject[],0,0.0,0,0.0\n");
   EXPECT_EQ(lastHeapDumpSummary(), appended);
   EXPECT_EQ(heapDumpCount, before + 1);
+
+  answered = nullptr;
+  appended.clear();
+  EXPECT_EQ(dump(), 0);
+  EXPECT_EQ(appended, "2,2\nprimitive[],0,0.0,0,0.0\nobject[],0,0.0,0,0.0\n")
+      << "a description that did not arrive is none";
 
   jvm.onRequest = [](jint, void*) { return JVMPI_NOT_AVAILABLE; };
   EXPECT_EQ(dump(), 4);
