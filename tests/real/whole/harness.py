@@ -102,7 +102,7 @@ class Jvm:
     """A JVM with the agent in it, running one of the programs beside this file."""
 
     def __init__(self, main, *args, home=None, port=None, agent=True, options=(), env=None,
-                 agent_options="", jdk=None):
+                 agent_options="", jdk=None, user=None):
         command = [(jdk or JDK) / "bin" / "java", "-Xmx256m"]
         if agent:
             command.append(f"-agentpath:{DIST}/lib/libvelora.so"
@@ -116,7 +116,8 @@ class Jvm:
         self.process = subprocess.Popen(
             [*map(str, command), *options, "-cp", CLASSES, main, *map(str, args)],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.errors, text=True,
-            errors="replace", cwd=self.cwd, env={**os.environ, **(env or {})})
+            errors="replace", cwd=self.cwd, env={**os.environ, **(env or {})},
+            user=user, extra_groups=None if user is None else [])
         self.output = []
 
     def expect(self, prefix):
