@@ -8,12 +8,13 @@
 #include "JavaSide.h"
 #include "RawMonitor.h"
 #include "Say.h"
+#include "ThreadDump.h"
 #include "ThreadEvents.h"
 
 namespace bridge {
 
-// Without can_generate_early_class_hook_events: it would switch class-data sharing off. Suspending
-// is left out when the JVM does not grant it at this stage.
+// Without can_generate_early_class_hook_events: it would switch class-data sharing off. The last
+// three are taken as far as the JVM grants them at this stage: a late attach does without.
 static bool addCapabilities() {
   jvmtiCapabilities wanted{};
   wanted.can_generate_all_class_hook_events = 1;
@@ -21,13 +22,17 @@ static bool addCapabilities() {
   wanted.can_generate_garbage_collection_events = 1;
   wanted.can_get_line_numbers = 1;
   wanted.can_get_source_file_name = 1;
-  wanted.can_suspend = 1;
-  if (jvm.jvmti->AddCapabilities(&wanted) == JVMTI_ERROR_NONE) return true;
-  wanted.can_suspend = 0;
+  jvmtiCapabilities offered{};
+  jvm.jvmti->GetPotentialCapabilities(&offered);
+  wanted.can_suspend = offered.can_suspend;
+  wanted.can_get_current_contended_monitor = offered.can_get_current_contended_monitor;
+  wanted.can_get_owned_monitor_stack_depth_info = offered.can_get_owned_monitor_stack_depth_info;
   return jvm.jvmti->AddCapabilities(&wanted) == JVMTI_ERROR_NONE;
 }
 
 static void JNICALL onVmInit(jvmtiEnv*, JNIEnv* env, jthread) { goLive(env); }
+
+static void JNICALL onQuitSignal(jvmtiEnv*) { onDataDumpRequest(); }
 
 static void JNICALL onVmDeath(jvmtiEnv*, JNIEnv* env) {
   deliverShutDown(env);
@@ -56,12 +61,13 @@ static bool setCallbacks() {
   callbacks.ThreadEnd = Fenced<onThreadEnd>::call;
   callbacks.ClassFileLoadHook = Fenced<onClassFileLoadHook>::call;
   callbacks.ClassPrepare = Fenced<onClassPrepare>::call;
+  callbacks.DataDumpRequest = Fenced<onQuitSignal>::call;
   callbacks.GarbageCollectionStart = [](jvmtiEnv*) { noteGc(true); };
   callbacks.GarbageCollectionFinish = [](jvmtiEnv*) { noteGc(false); };
   if (jvm.jvmti->SetEventCallbacks(&callbacks, sizeof callbacks) != JVMTI_ERROR_NONE) return false;
-  constexpr jvmtiEvent kAlways[] = {JVMTI_EVENT_VM_INIT, JVMTI_EVENT_VM_DEATH,
-                                    JVMTI_EVENT_THREAD_START, JVMTI_EVENT_THREAD_END,
-                                    JVMTI_EVENT_GARBAGE_COLLECTION_FINISH};
+  constexpr jvmtiEvent kAlways[] = {
+      JVMTI_EVENT_VM_INIT,    JVMTI_EVENT_VM_DEATH,          JVMTI_EVENT_THREAD_START,
+      JVMTI_EVENT_THREAD_END, JVMTI_EVENT_DATA_DUMP_REQUEST, JVMTI_EVENT_GARBAGE_COLLECTION_FINISH};
   for (jvmtiEvent event : kAlways)
     if (jvm.jvmti->SetEventNotificationMode(JVMTI_ENABLE, event, nullptr) != JVMTI_ERROR_NONE)
       return false;

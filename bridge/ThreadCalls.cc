@@ -5,14 +5,11 @@
 #include <algorithm>
 #include <vector>
 
-#include "Jvm.h"
 #include "ObjectIds.h"
 #include "ThreadTable.h"
 
 namespace bridge {
 
-constexpr jint kNativeLine = -3;
-constexpr jint kNoLine = -1;
 constexpr jint kDeepestTrace = 8192;
 
 // The system's clock instead of the JVM's call: the same figure, in every phase and thread.
@@ -22,7 +19,7 @@ jlong currentThreadCpuTime() {
   return static_cast<jlong>(t.tv_sec) * 1'000'000'000 + t.tv_nsec;
 }
 
-static jint lineOf(const jvmtiFrameInfo& frame) {
+jint lineOf(const jvmtiFrameInfo& frame) {
   if (frame.location < 0) return kNativeLine;
   jint count = 0;
   JvmtiPtr<jvmtiLineNumberEntry> lines;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Jvm.h"
 #include "jvm/jvmpi.h"
 
 // The calls of the JVMPI table that are about threads. An env that belongs to no live thread gets
@@ -13,6 +14,11 @@ jboolean threadHasRun(JNIEnv* threadEnv);
 void suspendThread(JNIEnv* threadEnv);
 void resumeThread(JNIEnv* threadEnv);
 jobjectID threadObject(JNIEnv* threadEnv);
+
+// A frame's line: of a native method, one without line numbers, or a line of its source.
+constexpr jint kNativeLine = -3;
+constexpr jint kNoLine = -1;
+jint lineOf(const jvmtiFrameInfo& frame);
 
 // A JVMTI thread state as JVMPI words it.
 jint statusOfState(jint jvmtiState);

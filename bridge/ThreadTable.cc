@@ -1,5 +1,7 @@
 #include "ThreadTable.h"
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
@@ -9,6 +11,7 @@ namespace bridge {
 struct KnownThread {
   jweak reference = nullptr;  // null: only its storage was set
   bool announced = false;
+  pid_t nativeId = 0;  // 0: not seen on its own thread
   void* storage = nullptr;
 };
 using Table = std::unordered_map<JNIEnv*, KnownThread>;
@@ -23,12 +26,12 @@ static Table& table() {
 void addThread(JNIEnv* env, JNIEnv* threadEnv, jthread thread) {
   const std::lock_guard guard(tableLock);
   KnownThread& known = table()[threadEnv];
-  if (known.reference) {
-    if (env->IsSameObject(known.reference, thread)) return;
+  if (known.reference && !env->IsSameObject(known.reference, thread)) {
     env->DeleteWeakGlobalRef(known.reference);
     known = {};
   }
-  known.reference = env->NewWeakGlobalRef(thread);
+  if (!known.reference) known.reference = env->NewWeakGlobalRef(thread);
+  if (threadEnv == env) known.nativeId = gettid();
 }
 
 void removeThread(JNIEnv* env, JNIEnv* threadEnv) {
@@ -58,6 +61,28 @@ JNIEnv* envOfThread(JNIEnv* env, jthread thread) {
   for (const auto& [threadEnv, known] : table())
     if (known.reference && env->IsSameObject(known.reference, thread)) return threadEnv;
   return nullptr;
+}
+
+static jint hashOf(jobject object) {
+  jint hash = 0;
+  jvm.jvmti->GetObjectHashCode(object, &hash);
+  return hash;
+}
+
+std::vector<KnownAs> knownAs(JNIEnv* env, std::span<const jthread> threads) {
+  std::vector<KnownAs> result(threads.size());
+  std::unordered_multimap<jint, std::size_t> indexOf;  // by hash: thousands are compared quickly
+  for (std::size_t i = 0; i < threads.size(); ++i) indexOf.emplace(hashOf(threads[i]), i);
+  const std::lock_guard guard(tableLock);
+  for (const auto& [threadEnv, known] : table()) {
+    const Local thread(env, known.reference ? env->NewLocalRef(known.reference) : nullptr);
+    if (!thread) continue;
+    const auto [first, last] = indexOf.equal_range(hashOf(thread.get()));
+    for (auto candidate = first; candidate != last; ++candidate)
+      if (env->IsSameObject(threads[candidate->second], thread.get()))
+        result[candidate->second] = {threadEnv, known.nativeId};
+  }
+  return result;
 }
 
 void setThreadStorage(JNIEnv* threadEnv, void* value) {

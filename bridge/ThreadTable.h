@@ -1,5 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <span>
+#include <vector>
+
 #include "Jvm.h"
 
 // Which thread a JNIEnv belongs to. JVMPI names threads by their JNIEnv, JVMTI by references, and
@@ -18,6 +23,13 @@ jthread threadOf(JNIEnv* env, JNIEnv* threadEnv);
 
 // Null when the thread is not known, or its end was seen.
 JNIEnv* envOfThread(JNIEnv* env, jthread thread);
+
+// What is known of each of these threads, in their order: null and 0 where nothing is.
+struct KnownAs {
+  JNIEnv* env = nullptr;
+  pid_t nativeId = 0;  // as the system numbers it; of threads that started under the bridge
+};
+std::vector<KnownAs> knownAs(JNIEnv* env, std::span<const jthread> threads);
 
 // Enters the threads that are older than the bridge's first thread event. `seen` is called for
 // each of them.

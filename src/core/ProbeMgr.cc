@@ -16,8 +16,6 @@
 
 static constinit InstanceSlot<ProbeMgr> slot;
 
-Published<JavaVM> jvm_ptr;
-
 static char bootClassName[256] = "";  // "/" form; written while the library loads
 
 ProbeMgr* ProbeMgr::getInstance() {

@@ -4,6 +4,7 @@
 
 #include "base/Identity.h"
 #include "base/InstanceSlot.h"
+#include "base/Jvmpi.h"
 #include "base/Published.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
@@ -66,5 +67,3 @@ class ProbeMgr : public virtual VeloraBase {
   static inline bool running_ = false;  // managers started and not stopped since
   VelLock stopGrace_{false};            // waited on while the last events go out
 };
-
-extern Published<JavaVM> jvm_ptr;

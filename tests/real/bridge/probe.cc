@@ -336,8 +336,9 @@ JNIEXPORT jint JNICALL Java_Probe_systemThread(JNIEnv*, jclass) {
 JNIEXPORT jlong JNICALL Java_Probe_cpuTime(JNIEnv*, jclass) {
   return jvmpi->GetCurrentThreadCpuTime();
 }
+JNIEXPORT jint JNICALL Java_Probe_threadDump(JNIEnv* env, jclass) { return ras->ThreadDump(env); }
 JNIEXPORT jint JNICALL Java_Probe_notOffered(JNIEnv* env, jclass) {
-  return (ras->ThreadDump(env) != 0) + (jvmmi->Register(onJvmmi, nullptr, 3) != 0) +
+  return (jvmmi->Register(onJvmmi, nullptr, 3) != 0) +
          (jvmmi->Enumerate(env, 0, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) != 0) +
          (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, nullptr, nullptr) !=
           0);

@@ -20,6 +20,8 @@ final class Probe {
   static native long stored(long env);
   static native int systemThread();
   static native long cpuTime();
+  static native int threadDump();
+
   static native int notOffered();
   static native String dump(String className);
   static native String enumerate(String type);
