@@ -197,33 +197,6 @@ TEST_F(MethodModule, NothingAtTheMemoryCeilingNorWithoutARecordOfTheThread) {
   EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::noThread), 1u);
 }
 
-TEST_F(MethodModule, AllocationsAndLocks) {
-  const jstring name = jvm.string("a/Lock");
-  Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationStart(env, nullptr, 8, 3,
-                                                                           name);
-  Java_com_velora_probe_heap_HeapAnalysisRuntime_nativeHeapAllocationEnd(env, nullptr, 8, 3, name);
-  const auto word = [](Event::EventType type, const char* side) {
-    return std::to_string(type) + side;
-  };
-  EXPECT_THAT(events(), ElementsAre(word(Event::HEAP, " start"), word(Event::HEAP, " end")));
-  const std::vector<std::string> expected[] = {{},
-                                               {word(Event::LOCK_ACQUISITION, " start")},
-                                               {word(Event::LOCK_ACQUISITION, " end")},
-                                               {word(Event::LOCK_CONTENTION, " start")},
-                                               {word(Event::LOCK_CONTENTION, " end")},
-                                               {word(Event::LOCK_RELEASE, " start")},
-                                               {word(Event::LOCK_RELEASE, " end")},
-                                               {}};
-  for (jbyte kind = 0; kind < 8; ++kind) {
-    SCOPED_TRACE(static_cast<int>(kind));
-    const auto& events = expected[static_cast<std::size_t>(kind)];
-    EXPECT_EQ(Java_com_velora_probe_lock_LockAnalysisRuntime_appendEvent(env, nullptr, kind, name,
-                                                                         8, 1, name, name, 9, 0),
-              events.empty() ? JNI_FALSE : JNI_TRUE);
-    EXPECT_EQ(this->events(), events);
-  }
-}
-
 TEST_F(MethodModule, NativesAreRegisteredForThreeClasses) {
   const std::pair<const char*, std::vector<std::string>> cases[] = {
       {"com.velora.probe.l3trace.BcmRuntime",

@@ -215,18 +215,6 @@ TEST_F(Load, ObtainsInterfacesAndEnablesEvents) {
   EXPECT_TRUE(AgentState::isDisabled());
 }
 
-TEST_F(Load, IdentityOfEveryLength) {
-  for (std::size_t length : {1u, 255u, 256u, 1024u, 100000u}) {
-    SCOPED_TRACE(length);
-    const std::string name(length, 'n');
-    const Environment node("am.nodename", name.c_str());
-    ProbeMgr::onLoadInitialize(jvm.vm(), nullptr);
-    EXPECT_EQ(std::string(ProbeMgr::getNodeName()), name.substr(0, 255));
-    EXPECT_STREQ(ProbeMgr::getAppServerName(), "appserver");
-    forgetTexts();
-  }
-}
-
 TEST_F(Load, MissingInterfaceIsRefused) {
   jvm.refusedVersions = {JVMPI_VERSION_1_1};
   EXPECT_EQ(JVM_OnLoad(jvm.vm(), nullptr, nullptr), -1);

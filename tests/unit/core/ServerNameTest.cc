@@ -40,17 +40,6 @@ TEST(ServerName, EveryKeyWithAndWithoutD) {
   EXPECT_STREQ(velora_home, "");
 }
 
-TEST(ServerName, LengthsAreCutToTheirRoom) {
-  for (std::size_t length : {0u, 1u, 255u, 256u, 1023u, 1024u, 1999u, 2000u, 100000u}) {
-    SCOPED_TRACE(length);
-    const std::string value(length, 'x');
-    Started with({"-Dam.home=" + value, "-Dam.ext.dirs=" + value});
-    EXPECT_EQ(std::string(velora_home).size(), std::min<std::size_t>(length, 1023));
-    EXPECT_EQ(std::string(veloraextdirs).size(), std::min<std::size_t>(length, 1999));
-    EXPECT_STREQ(nodename, "") << "the next buffer is untouched";
-  }
-}
-
 TEST(ServerName, NoArgumentsIsAnError) {
   Recorder log;
   velora_argv = nullptr;

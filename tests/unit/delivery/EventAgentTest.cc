@@ -37,13 +37,6 @@ class Agents : public Delivery {
   std::unique_ptr<EventAgent> agent;
 };
 
-TEST_F(Agents, NothingQueuedIsAnEmptyPacket) {
-  start();
-  agent->runCycle();
-  ASSERT_EQ(sink.packets.size(), 1u);
-  EXPECT_EQ(sink.packets[0].bytes, "");
-}
-
 TEST_F(Agents, DrainsItsThreadsBehindOneHeader) {
   start();
   append(managed(), 3, Event::END);

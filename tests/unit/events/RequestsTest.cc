@@ -47,18 +47,6 @@ TEST_F(Requests, HttpStartFinishAndError) {
   }
 }
 
-TEST_F(Requests, ServletInsideAServletWhenSwitchedOff) {
-  suppressNested();
-  EventUtils::beginHttpRequest(env, s("a"), s(""), s(""), s(""));
-  EventUtils::beginHttpRequest(env, s("b"), s(""), s(""), s(""));
-  EventUtils::endHttpRequest(env, s("b"));
-  EventUtils::endHttpRequest(env, s("a"));
-  const auto events = take();
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(depthOf(*events[1]), 1);
-  EXPECT_EQ(thread().servletDepth_, 0);
-}
-
 TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
   const std::tuple<const char*, long, std::string, std::string> cases[] = {
       {"fits with its terminator", 6, "12345", "12345"},
@@ -114,92 +102,15 @@ TEST_F(Requests, WeightsThatFollowTheTexts) {
   EXPECT_EQ(takeOne<SQLEvent>()->size_, MemoryMonitor::getSQLSize());
 }
 
-TEST_F(Requests, CrossProcessCalls) {
-  EventUtils::beginGpsInvoke(env);
-  const auto invoke = takeOne<GPSEvent>();
-  EXPECT_EQ(invoke->getSubType(), Event::START);
-  EXPECT_EQ(invoke->servletDepth, 1);
-  EXPECT_EQ(std::memcmp(invoke->request_name.get(), thread().gpsToken_.get(), 4), 0);
-  EventUtils::endGpsInvoke(env);
-  EXPECT_EQ(takeOne<GPSEvent>()->servletDepth, 1);
-  EXPECT_EQ(thread().servletDepth_, 0);
-
+TEST_F(Requests, TokensOfOtherProcesses) {
   const std::pair<const char*, const char*> tokens[] = {
       {"500003E8", "500003E8"}, {"7f", "0000007F"},  {"", "00000000"},
       {"xyz", "00000000"},      {"12 ", "00000000"}, {"123456789", "00000000"},
   };
   for (const auto& [given, carried] : tokens) {
     EventUtils::beginGpsReceive(env, s(given));
-    const auto received = takeOne<GPSEvent>();
-    EXPECT_EQ(received->getSubType(), Event::CONNECT);
-    EXPECT_EQ(hex({received->request_name.get(), 4}), carried) << given;
-    EventUtils::completeGpsReceive(env);
-    const auto complete = takeOne<GPSEvent>();
-    EXPECT_EQ(complete->getSubType(), Event::COMPLETE);
-    EXPECT_EQ(complete->servletDepth, 1);
-    EXPECT_EQ(thread().servletDepth_, 0);
+    EXPECT_EQ(hex({takeOne<GPSEvent>()->request_name.get(), 4}), carried) << given;
   }
-}
-
-TEST_F(Requests, TokenOfAMessageIsOneStartAndItsEnd) {
-  const jbyte token[] = {1, 2, 3};
-  thread().servletDepth_ = 1;
-  EXPECT_TRUE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_PUT, token, 3));
-  const auto events = take();
-  ASSERT_EQ(events.size(), 2u);
-  const auto& start = dynamic_cast<GPSMQEvent&>(*events[0]);
-  EXPECT_EQ(start.depth, 2);
-  EXPECT_EQ(start.arrLength, 3);
-  EXPECT_EQ(start.gpsToken[2], 3);
-  EXPECT_STREQ(start.queueName.get(), "Q");
-  EXPECT_EQ(events[1]->getSubType(), Event::END);
-  EXPECT_EQ(thread().servletDepth_, 1);
-  EXPECT_FALSE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_INQ, token, 3));
-  EXPECT_TRUE(EventUtils::processGpsMQRequest(env, s("Q"), s("M"), Event::MQ_PUT, nullptr, 3));
-  EXPECT_EQ(take().size(), 2u);
-}
-
-TEST_F(Requests, GatewayPageIsTheGivenOneOrTheThreads) {
-  const auto end = [&] {
-    return EventUtils::appendPortalGatewayServletRequestEvent(env, Event::END);
-  };
-  end();
-  EXPECT_EQ(takeOne<PortalGatewayServletEvent>()->pageName, nullptr);
-  thread().setPortalPageName(text("Home").release());
-  end();
-  EXPECT_STREQ(takeOne<PortalGatewayServletEvent>()->pageName.get(), "Home");
-  EventUtils::appendPortalGatewayServletRequestEvent(env, Event::END, s("News"));
-  EXPECT_STREQ(takeOne<PortalGatewayServletEvent>()->pageName.get(), "News");
-}
-
-TEST_F(Requests, SingleReportsChangeNoDepth) {
-  thread().servletDepth_ = 2;
-  const jint levels[] = {1, 2, 3, 4};
-  EventUtils::appendSamplingRateEvent(env, levels, 1);
-  EXPECT_EQ(takeOne<SamplingEvent>()->probeLevels[3], 4);
-  EventUtils::appendMQIEvent(env, s("m"), nullptr, 7, new jbyte[1]{1}, new jint[1]{2},
-                             new jlong[1]{3}, 1);
-  EXPECT_STREQ(takeOne<MQIEvent>()->queueName.get(), "");
-  EventUtils::appendKGWEvent(env, s("g"), s("s"), s("p"), 1, 2, 3);
-  EXPECT_EQ(takeOne<KGWEvent>()->avgTimeTaken, 3);
-  EventUtils::appendExceptionEvent(env, s("e"), nullptr, nullptr, s("at"));
-  EXPECT_STREQ(takeOne<ExceptionEvent>()->stacktrace.get(), "at");
-  EventUtils::appendPSStatusRecEvent(env, s("up"));
-  EXPECT_STREQ(takeOne<PSStatusEvent>()->status_.get(), "up");
-  EventUtils::appendDroppedRecEvent(env);
-  EXPECT_EQ(takeOne<DroppedEvent>()->getSubType(), Event::NOSTYPE);
-  const jbyte method = 5;
-  EventUtils::appendPortalMethodConstantEvent(env, &method, "render");
-  EXPECT_EQ(takeOne<PortalMethodConstantEvent>()->methodId, 5);
-  EventUtils::appendPortalCredentialVaultEvent(env, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10);
-  EXPECT_EQ(takeOne<PortalCredentialVaultEvent>()->deleteSlotAvgTime, 10);
-  EventUtils::appendPortalContentAccessEvent(env, 1, 2, 3, 4, 5, 6, 7, 8);
-  EXPECT_EQ(takeOne<PortalContentAccessEvent>()->includeAvgTime, 8);
-  EventUtils::issueTraceRequest(env);
-  const auto trace = takeOne<TraceEvent>();
-  EXPECT_STREQ(trace->request_name.get(), "system_trace");
-  EXPECT_STREQ(trace->application_name.get(), "trace_app");
-  EXPECT_EQ(thread().servletDepth_, 2);
 }
 
 TEST_F(Requests, SendRequestKeepsWhatIsThere) {
