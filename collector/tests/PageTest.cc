@@ -53,18 +53,6 @@ TEST(ProtocolPage, EveryRecordHasOneExample) {
   EXPECT_EQ(shown, known);
 }
 
-TEST(ProtocolPage, NamesEveryIdInItsIndex) {
-  const std::pair<int, int> ranges[] = {{0, 14},    {25, 41},   {44, 48},   {50, 58},
-                                        {61, 68},   {100, 101}, {107, 107}, {110, 115},
-                                        {118, 125}, {130, 143}, {146, 148}, {150, 153}};
-  std::set<int> listed, known;
-  for (const auto& [first, last] : ranges) {
-    for (int id = first; id <= last; ++id) listed.insert(id);
-  }
-  for (const Layout& layout : layouts()) known.insert(layout.id);
-  EXPECT_EQ(listed, known);
-}
-
 TEST(ProtocolPage, NamesEveryReason) {
   const std::string page = contentOf(PROTOCOL_PAGE);
   for (std::size_t i = 0; i < kReasonCount; ++i) {

@@ -57,14 +57,8 @@ struct Typed;
       return v;                                                   \
     }                                                             \
   }
-TYPED(jboolean, z);
-TYPED(jbyte, b);
-TYPED(jchar, c);
-TYPED(jshort, s);
 TYPED(jint, i);
 TYPED(jlong, j);
-TYPED(jfloat, f);
-TYPED(jdouble, d);
 #undef TYPED
 
 struct FakeJni {
@@ -106,17 +100,11 @@ struct FakeJni {
 
   // -- classes and exceptions
 
-  static jint JNICALL GetVersion(JNIEnv*) { return JNI_VERSION_1_8; }
   static jclass JNICALL FindClass(JNIEnv* env, const char* name) {
     ready(env, "FindClass");
     if (FakeClass* cls = jvm().findClass(name)) return local<jclass>(env, cls->mirror());
     jvm().throwNew(env, "java/lang/NoClassDefFoundError", name);
     return nullptr;
-  }
-  static jclass JNICALL GetSuperclass(JNIEnv* env, jclass cls) {
-    ready(env, "GetSuperclass");
-    FakeClass* superclass = classOf(cls, "GetSuperclass").superclass();
-    return superclass ? local<jclass>(env, superclass->mirror()) : nullptr;
   }
   static jclass JNICALL GetObjectClass(JNIEnv* env, jobject of) {
     ready(env, "GetObjectClass");
@@ -126,24 +114,9 @@ struct FakeJni {
     while (type && type != &wanted) type = type->superclass();
     return type != nullptr;
   }
-  static jboolean JNICALL IsInstanceOf(JNIEnv* env, jobject of, jclass cls) {
-    ready(env, "IsInstanceOf");
-    return !of || derives(object(of, "IsInstanceOf")->type, classOf(cls, "IsInstanceOf"));
-  }
   static jboolean JNICALL IsAssignableFrom(JNIEnv* env, jclass sub, jclass super) {
     ready(env, "IsAssignableFrom");
     return derives(&classOf(sub, "IsAssignableFrom"), classOf(super, "IsAssignableFrom"));
-  }
-  static jint JNICALL Throw(JNIEnv* env, jthrowable thrown) {
-    thread(env).pending_ = object(thrown, "Throw");
-    return 0;
-  }
-  static jint JNICALL ThrowNew(JNIEnv* env, jclass cls, const char* message) {
-    jvm().throwNew(env, classOf(cls, "ThrowNew").name().c_str(), message);
-    return 0;
-  }
-  static jthrowable JNICALL ExceptionOccurred(JNIEnv* env) {
-    return local<jthrowable>(env, thread(env).pending_);
   }
   static void JNICALL ExceptionDescribe(JNIEnv* env) {
     if (thread(env).pending_) ++thread(env).described;
@@ -161,39 +134,8 @@ struct FakeJni {
   static void JNICALL DeleteGlobalRef(JNIEnv*, jobject reference) {
     jvm().dropRef(reference, FakeJvm::Reference::global, "DeleteGlobalRef");
   }
-  static jweak JNICALL NewWeakGlobalRef(JNIEnv* env, jobject of) {
-    ready(env, "NewWeakGlobalRef");
-    return jvm().makeRef(jvm().objectOf(of), FakeJvm::Reference::weak, nullptr);
-  }
-  static void JNICALL DeleteWeakGlobalRef(JNIEnv*, jweak reference) {
-    jvm().dropRef(reference, FakeJvm::Reference::weak, "DeleteWeakGlobalRef");
-  }
-  static jobject JNICALL NewLocalRef(JNIEnv* env, jobject of) {
-    return local(env, jvm().objectOf(of));
-  }
   static void JNICALL DeleteLocalRef(JNIEnv*, jobject reference) {
     jvm().dropRef(reference, FakeJvm::Reference::local, "DeleteLocalRef");
-  }
-  static jboolean JNICALL IsSameObject(JNIEnv*, jobject a, jobject b) {
-    return jvm().objectOf(a) == jvm().objectOf(b);
-  }
-  static jint JNICALL EnsureLocalCapacity(JNIEnv*, jint) { return 0; }
-  static jint JNICALL PushLocalFrame(JNIEnv* env, jint) {
-    ++thread(env).frame_;
-    return 0;
-  }
-  static jobject JNICALL PopLocalFrame(JNIEnv* env, jobject result) {
-    FakeThread& caller = thread(env);
-    FakeObject* kept = jvm().objectOf(result);
-    const std::lock_guard locked(jvm().mutex_);
-    std::erase_if(jvm().references_, [&](const auto& entry) {
-      const auto& ref = *entry.second;
-      const bool ends = ref.owner == &caller && ref.frame == caller.frame_;
-      caller.localRefs_ -= ends;
-      return ends;
-    });
-    --caller.frame_;
-    return local(env, kept);
   }
 
   // -- methods
@@ -241,33 +183,17 @@ struct FakeJni {
     const FakeValue result = run(env, nullptr, reinterpret_cast<FakeMethod*>(method), args);
     if constexpr (!std::is_void_v<T>) return handOver<T>(env, result);
   }
-  static jobject JNICALL NewObjectV(JNIEnv* env, jclass cls, jmethodID method, va_list args) {
-    ready(env, "NewObject");
-    FakeObject* made = classOf(cls, "NewObject").newInstance();
-    run(env, made, reinterpret_cast<FakeMethod*>(method), args);
-    return thread(env).pending_ ? nullptr : local(env, made);
-  }
 
   // -- fields
 
-  template <bool Static>
-  static jfieldID fieldId(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-    ready(env, "GetFieldID");
-    FakeField* found = classOf(cls, "GetFieldID").findField(name, signature, Static);
+  static jfieldID JNICALL GetStaticFieldID(JNIEnv* env, jclass cls, const char* name,
+                                           const char* signature) {
+    ready(env, "GetStaticFieldID");
+    FakeField* found = classOf(cls, "GetStaticFieldID").findField(name, signature);
     if (!found) jvm().throwNew(env, "java/lang/NoSuchFieldError", name);
     return reinterpret_cast<jfieldID>(found);
   }
   static const std::string& nameOf(jfieldID id) { return reinterpret_cast<FakeField*>(id)->name; }
-  template <class T>
-  static T JNICALL getField(JNIEnv* env, jobject of, jfieldID id) {
-    ready(env, "Get...Field");
-    return handOver<T>(env, object(of, "Get...Field")->fields[nameOf(id)]);
-  }
-  template <class T>
-  static void JNICALL setField(JNIEnv* env, jobject of, jfieldID id, T value) {
-    ready(env, "Set...Field");
-    object(of, "Set...Field")->fields[nameOf(id)] = takeOver(value);
-  }
   template <class T>
   static T JNICALL getStatic(JNIEnv* env, jclass, jfieldID id) {
     ready(env, "GetStatic...Field");
@@ -293,10 +219,6 @@ struct FakeJni {
     ready(env, "GetStringLength");
     return static_cast<jsize>(utf16(object(text, "GetStringLength")->text).size());
   }
-  static jsize JNICALL GetStringUTFLength(JNIEnv* env, jstring text) {
-    ready(env, "GetStringUTFLength");
-    return static_cast<jsize>(object(text, "GetStringUTFLength")->text.size());
-  }
   static const char* JNICALL GetStringUTFChars(JNIEnv* env, jstring text, jboolean* isCopy) {
     ready(env, "GetStringUTFChars");
     if (isCopy) *isCopy = JNI_TRUE;
@@ -307,20 +229,6 @@ struct FakeJni {
     --jvm().heldChars_;
     free(const_cast<char*>(chars));
   }
-  static const jchar* JNICALL GetStringChars(JNIEnv* env, jstring text, jboolean* isCopy) {
-    ready(env, "GetStringChars");
-    if (isCopy) *isCopy = JNI_TRUE;
-    ++jvm().heldChars_;
-    const auto units = utf16(object(text, "GetStringChars")->text);
-    auto* copy = static_cast<jchar*>(malloc((units.size() + 1) * sizeof(jchar)));
-    std::copy(units.begin(), units.end(), copy);
-    copy[units.size()] = 0;
-    return copy;
-  }
-  static void JNICALL ReleaseStringChars(JNIEnv*, jstring, const jchar* chars) {
-    --jvm().heldChars_;
-    free(const_cast<jchar*>(chars));
-  }
   // The units of the region; empty, and an exception, when it is not within the text.
   static std::vector<jchar> region(JNIEnv* env, jstring text, jsize start, jsize length) {
     ready(env, "GetString...Region");
@@ -330,11 +238,6 @@ struct FakeJni {
       return {};
     }
     return {units.begin() + start, units.begin() + start + length};
-  }
-  static void JNICALL GetStringRegion(JNIEnv* env, jstring text, jsize start, jsize length,
-                                      jchar* out) {
-    const auto units = region(env, text, start, length);
-    std::copy(units.begin(), units.end(), out);
   }
   static void JNICALL GetStringUTFRegion(JNIEnv* env, jstring text, jsize start, jsize length,
                                          char* out) {
@@ -379,24 +282,6 @@ struct FakeJni {
     array->elementSize = sizeof(T);
     return local<Array>(env, array);
   }
-  template <class T, class Array>
-  static T* JNICALL getElements(JNIEnv* env, Array array, jboolean* isCopy) {
-    ready(env, "Get...ArrayElements");
-    if (isCopy) *isCopy = JNI_TRUE;
-    ++jvm().heldChars_;
-    const auto& bytes = object(array, "Get...ArrayElements")->bytes;
-    void* copy = malloc(bytes.size() + 1);
-    std::memcpy(copy, bytes.data(), bytes.size());
-    return static_cast<T*>(copy);
-  }
-  template <class T, class Array>
-  static void JNICALL releaseElements(JNIEnv*, Array array, T* elements, jint mode) {
-    auto& bytes = object(array, "Release...ArrayElements")->bytes;
-    if (mode != JNI_ABORT) std::memcpy(bytes.data(), elements, bytes.size());
-    if (mode == JNI_COMMIT) return;
-    --jvm().heldChars_;
-    free(elements);
-  }
   // Where the region lies; null, and an exception, when it is not within the array.
   template <class T>
   static char* place(JNIEnv* env, jarray array, jsize start, jsize length) {
@@ -429,90 +314,58 @@ struct FakeJni {
           .natives_.push_back({natives[i].name, natives[i].signature, natives[i].fnPtr});
     return 0;
   }
-  static jint JNICALL GetJavaVM(JNIEnv*, JavaVM** vm) {
-    *vm = jvm().vm();
-    return 0;
-  }
 };
 
 static JNINativeInterface_ makeTable() {
   JNINativeInterface_ table{};
 #define JNI_SLOT(name) table.name = NotProvided<#name>::of(table.name);
-#include "fake/jniSlots.def"
+#include "jniSlots.def"
 #undef JNI_SLOT
 
 #define PROVIDED(name) table.name = FakeJni::name
-  PROVIDED(GetVersion);
   PROVIDED(FindClass);
-  PROVIDED(GetSuperclass);
   PROVIDED(GetObjectClass);
-  PROVIDED(IsInstanceOf);
   PROVIDED(IsAssignableFrom);
-  PROVIDED(Throw);
-  PROVIDED(ThrowNew);
-  PROVIDED(ExceptionOccurred);
   PROVIDED(ExceptionDescribe);
   PROVIDED(ExceptionClear);
   PROVIDED(ExceptionCheck);
   PROVIDED(NewGlobalRef);
   PROVIDED(DeleteGlobalRef);
-  PROVIDED(NewWeakGlobalRef);
-  PROVIDED(DeleteWeakGlobalRef);
-  PROVIDED(NewLocalRef);
   PROVIDED(DeleteLocalRef);
-  PROVIDED(IsSameObject);
-  PROVIDED(EnsureLocalCapacity);
-  PROVIDED(PushLocalFrame);
-  PROVIDED(PopLocalFrame);
-  PROVIDED(NewObjectV);
+  PROVIDED(GetStaticFieldID);
   PROVIDED(NewString);
   PROVIDED(NewStringUTF);
   PROVIDED(GetStringLength);
-  PROVIDED(GetStringUTFLength);
   PROVIDED(GetStringUTFChars);
   PROVIDED(ReleaseStringUTFChars);
-  PROVIDED(GetStringChars);
-  PROVIDED(ReleaseStringChars);
-  PROVIDED(GetStringRegion);
   PROVIDED(GetStringUTFRegion);
   PROVIDED(GetArrayLength);
   PROVIDED(NewObjectArray);
   PROVIDED(GetObjectArrayElement);
   PROVIDED(SetObjectArrayElement);
   PROVIDED(RegisterNatives);
-  PROVIDED(GetJavaVM);
 #undef PROVIDED
   table.GetMethodID = FakeJni::methodId<false>;
   table.GetStaticMethodID = FakeJni::methodId<true>;
-  table.GetFieldID = FakeJni::fieldId<false>;
-  table.GetStaticFieldID = FakeJni::fieldId<true>;
   table.CallVoidMethodV = FakeJni::call<void>;
+  table.CallObjectMethodV = FakeJni::call<jobject>;
   table.CallStaticVoidMethodV = FakeJni::callStatic<void>;
 #define TYPED(Name, type)                                      \
-  table.Call##Name##MethodV = FakeJni::call<type>;             \
   table.CallStatic##Name##MethodV = FakeJni::callStatic<type>; \
-  table.Get##Name##Field = FakeJni::getField<type>;            \
-  table.Set##Name##Field = FakeJni::setField<type>;            \
   table.GetStatic##Name##Field = FakeJni::getStatic<type>;     \
   table.SetStatic##Name##Field = FakeJni::setStatic<type>
   TYPED(Object, jobject);
-#define ARRAY(Name, type)                                                           \
-  TYPED(Name, type);                                                                \
-  table.New##Name##Array = FakeJni::newArray<type, type##Array>;                    \
-  table.Get##Name##ArrayElements = FakeJni::getElements<type, type##Array>;         \
-  table.Release##Name##ArrayElements = FakeJni::releaseElements<type, type##Array>; \
-  table.Get##Name##ArrayRegion = FakeJni::getRegion<type, type##Array>;             \
+  TYPED(Int, jint);
+  TYPED(Long, jlong);
+#undef TYPED
+#define ARRAY(Name, type)                                               \
+  table.New##Name##Array = FakeJni::newArray<type, type##Array>;        \
+  table.Get##Name##ArrayRegion = FakeJni::getRegion<type, type##Array>; \
   table.Set##Name##ArrayRegion = FakeJni::setRegion<type, type##Array>
-  ARRAY(Boolean, jboolean);
   ARRAY(Byte, jbyte);
-  ARRAY(Char, jchar);
-  ARRAY(Short, jshort);
   ARRAY(Int, jint);
   ARRAY(Long, jlong);
-  ARRAY(Float, jfloat);
-  ARRAY(Double, jdouble);
 #undef ARRAY
-#undef TYPED
   return table;
 }
 

@@ -65,11 +65,11 @@ struct FakeTables {
   }
   static jint JNICALL destroy(JavaVM*) { fakeJvmFails("DestroyJavaVM", "not provided"); }
 
-  static jint listen(JVMMI_Callback callback, void* userData, jint event) {
+  static jint listen(JVMMI_Callback callback, void*, jint event) {
     FakeJvm& jvm = FakeJvm::current();
     const std::lock_guard locked(jvm.mutex_);
     if (callback)
-      jvm.listeners_[event] = {callback, userData};
+      jvm.listeners_.insert(event);
     else
       jvm.listeners_.erase(event);
     return 0;
@@ -143,48 +143,13 @@ FakeThread* FakeJvm::threadOf(JNIEnv* env) {
   return nullptr;
 }
 
-static JVMPI_Event threadEvent(jint type, FakeThread& thread, const std::string& group) {
-  JVMPI_Event event{};
-  event.event_type = type;
-  event.env_id = thread.env();
-  event.u.thread_start.thread_name = const_cast<char*>(thread.name().c_str());
-  event.u.thread_start.group_name = const_cast<char*>(group.c_str());
-  event.u.thread_start.parent_name = const_cast<char*>("system");
-  event.u.thread_start.thread_env_id = thread.env();
-  return event;
-}
-
-FakeThread& FakeJvm::startThread(const std::string& name, const std::string& group) {
-  FakeThread* thread;
-  {
-    const std::lock_guard locked(mutex_);
-    threads_.push_back(std::make_unique<FakeThread>(*this, name));
-    thread = threads_.back().get();
-  }
-  JVMPI_Event event = threadEvent(JVMPI_EVENT_THREAD_START, *thread, group);
-  if (isEnabled(JVMPI_EVENT_THREAD_START)) raise(event);
-  if (listens(JVMMI_EVENT_THREAD_START))
-    raise(JVMMI_Event{JVMMI_EVENT_THREAD_START, thread->env(), nullptr, 0, 0, nullptr,
-                      thread->name().c_str()});
-  return *thread;
-}
-
-// The record stays: the agent may still hold its env, as it does in a real JVM.
-void FakeJvm::endThread(FakeThread& thread) {
-  thread.alive_ = false;
-  thread.status = 0;
-  JVMPI_Event event = threadEvent(JVMPI_EVENT_THREAD_END, thread, "main");
-  if (isEnabled(JVMPI_EVENT_THREAD_END)) raise(event);
-  if (listens(JVMMI_EVENT_THREAD_STOP))
-    raise(JVMMI_Event{JVMMI_EVENT_THREAD_STOP, thread.env(), nullptr, 0, 0, nullptr,
-                      thread.name().c_str()});
+FakeThread& FakeJvm::startThread(const std::string& name) {
+  const std::lock_guard locked(mutex_);
+  threads_.push_back(std::make_unique<FakeThread>(*this, name));
+  return *threads_.back();
 }
 
 // -- events
-
-void FakeJvm::raise(JVMPI_Event& event) {
-  if (profiler_.NotifyEvent) profiler_.NotifyEvent(&event);
-}
 
 bool FakeJvm::isEnabled(jint event) {
   constexpr jint kStanding[] = {33, 34, 42, 43, 47, 60, 61};
@@ -202,18 +167,6 @@ std::vector<jint> FakeJvm::requests() {
 bool FakeJvm::listens(jint jvmmiEvent) {
   const std::lock_guard locked(mutex_);
   return listeners_.contains(jvmmiEvent);
-}
-
-void FakeJvm::raise(JVMMI_Event event) {
-  Listener listener;
-  {
-    const std::lock_guard locked(mutex_);
-    const auto found = listeners_.find(event.event);
-    if (found == listeners_.end()) return;
-    listener = found->second;
-  }
-  FakeThread* thread = threadOf(event.env_id);
-  listener.callback(env(), &event, listener.userData, thread ? thread->id() : 0);
 }
 
 // -- objects and references
@@ -275,12 +228,11 @@ jobjectArray FakeJvm::strings(const std::vector<std::string>& texts) {
 jobject FakeJvm::makeRef(FakeObject* object, Reference::Kind kind, FakeThread* owner) {
   if (!object) return nullptr;
   const std::lock_guard locked(mutex_);
-  auto reference =
-      std::make_unique<Reference>(Reference{object, owner, owner ? owner->frame_ : 0, kind});
+  auto reference = std::make_unique<Reference>(Reference{object, owner, kind});
   const auto handle = reinterpret_cast<jobject>(reference.get());
   references_[handle] = std::move(reference);
   if (kind == Reference::local) ++owner->localRefs_;
-  if (kind == Reference::global || kind == Reference::weak) ++globalRefs_;
+  if (kind == Reference::global) ++globalRefs_;
   return handle;
 }
 

@@ -43,8 +43,6 @@ class FakeThread {
   std::string name_;
   FakeObject* pending_ = nullptr;
   std::atomic<int> localRefs_{0};
-  int frame_ = 0;  // of PushLocalFrame
-  std::atomic<bool> alive_{true};
 };
 
 // The JVM that unit tests run the agent on: a small JNI, the JVMPI, JVMMI and RAS tables, nothing
@@ -70,21 +68,17 @@ class FakeJvm {
   std::set<jint> refusedVersions;
   LoadRoad road = LoadRoad::runAgent;
 
-  // -- threads and events: reported to the agent when it enabled them
-  FakeThread& startThread(const std::string& name, const std::string& group = "main");
-  void endThread(FakeThread& thread);
-  void raise(JVMPI_Event& event);  // to NotifyEvent, enabled or not
+  // -- threads and events
+  FakeThread& startThread(const std::string& name);
   bool isEnabled(jint event);
-  std::function<jint(jint, void*)> onEnable, onDisable, onRequest;  // answer in the JVM's place
-  std::vector<jint> requests();  // events that were requested, in order
-  std::atomic<jlong> cpuNanoseconds{0};
+  std::function<jint(jint, void*)> onRequest;  // answers in the JVM's place
+  std::vector<jint> requests();                // events that were requested, in order
   std::map<jmethodID, jobjectID> methodClasses;
   static int liveMonitors();
   static int heldMonitors();  // by any thread
 
   // -- JVMMI and RAS
   bool listens(jint jvmmiEvent);
-  void raise(JVMMI_Event event);
   std::vector<JVMMI_Event> heapObjects;  // what an enumeration finds
   jint enumerationResult = 0;            // anything else: it finds nothing
   jint threadDumpResult = 0;
@@ -125,9 +119,8 @@ class FakeJvm {
   friend class FakeClass;
   struct Reference {
     FakeObject* object;
-    FakeThread* owner;  // of a local reference, with its frame
-    int frame;
-    enum Kind { local, global, weak, test } kind;
+    FakeThread* owner;  // of a local reference
+    enum Kind { local, global, test } kind;
   };
   FakeObject* add(FakeObject object);
   jobject makeRef(FakeObject* object, Reference::Kind kind, FakeThread* owner);
@@ -147,11 +140,7 @@ class FakeJvm {
   std::map<jobject, std::unique_ptr<Reference>> references_;
   std::set<jint> enabled_;
   std::vector<jint> requests_;
-  struct Listener {
-    JVMMI_Callback callback;
-    void* userData;
-  };
-  std::map<jint, Listener> listeners_;
+  std::set<jint> listeners_;  // JVMMI events that somebody listens to
   std::atomic<int> globalRefs_{0};
   std::atomic<int> heldChars_{0};
 };

@@ -24,13 +24,8 @@ FakeClass& FakeClass::staticMethod(const char* name, const char* signature, Fake
   return *this;
 }
 
-FakeClass& FakeClass::field(const char* name, const char* signature) {
-  fields_.push_back(std::make_unique<FakeField>(FakeField{this, name, signature, false}));
-  return *this;
-}
-
 FakeClass& FakeClass::staticField(const char* name, const char* signature, FakeValue value) {
-  fields_.push_back(std::make_unique<FakeField>(FakeField{this, name, signature, true}));
+  fields_.push_back(std::make_unique<FakeField>(FakeField{this, name, signature}));
   statics_[name] = value;
   return *this;
 }
@@ -51,11 +46,9 @@ FakeMethod* FakeClass::findMethod(const std::string& name, const std::string& si
   return nullptr;
 }
 
-FakeField* FakeClass::findField(const std::string& name, const std::string& signature,
-                                bool isStatic) {
+FakeField* FakeClass::findField(const std::string& name, const std::string& signature) {
   for (FakeClass* cls = this; cls; cls = cls->superclass_)
     for (const auto& field : cls->fields_)
-      if (field->name == name && field->signature == signature && field->isStatic == isStatic)
-        return field.get();
+      if (field->name == name && field->signature == signature) return field.get();
   return nullptr;
 }

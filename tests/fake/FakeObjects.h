@@ -19,7 +19,6 @@ struct FakeObject {
   std::vector<FakeObject*> elements;  // an object array's
   std::vector<char> bytes;            // a primitive array's
   std::size_t elementSize = 0;        // 0: no primitive array
-  std::map<std::string, struct FakeValue> fields;
 };
 
 // A field's value or a call's result: a primitive or an object.
@@ -52,10 +51,9 @@ struct FakeMethod {
   FakeBody body;
 };
 
-struct FakeField {
+struct FakeField {  // static
   FakeClass* owner;
   std::string name, signature;
-  bool isStatic;
 };
 
 struct FakeNative {
@@ -70,7 +68,6 @@ class FakeClass {
 
   FakeClass& method(const char* name, const char* signature, FakeBody body);
   FakeClass& staticMethod(const char* name, const char* signature, FakeBody body);
-  FakeClass& field(const char* name, const char* signature);
   FakeClass& staticField(const char* name, const char* signature, FakeValue value);
 
   FakeObject* newInstance();
@@ -83,7 +80,7 @@ class FakeClass {
  private:
   friend struct FakeJni;
   FakeMethod* findMethod(const std::string& name, const std::string& signature, bool isStatic);
-  FakeField* findField(const std::string& name, const std::string& signature, bool isStatic);
+  FakeField* findField(const std::string& name, const std::string& signature);
 
   FakeJvm& jvm_;
   std::string name_;

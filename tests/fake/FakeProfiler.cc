@@ -90,21 +90,16 @@ struct FakeProfiler {
     monitor->destroyed = true;
   }
 
-  static jint change(jint event, void* arg, bool on) {
-    FakeJvm& jvm = FakeJvm::current();
-    const auto& hook = on ? jvm.onEnable : jvm.onDisable;
-    const jint answer = hook ? hook(event, arg) : JVMPI_SUCCESS;
-    const std::lock_guard locked(jvm.mutex_);
-    if (answer == JVMPI_SUCCESS) {
-      if (on)
-        jvm.enabled_.insert(event);
-      else
-        jvm.enabled_.erase(event);
-    }
-    return answer;
+  static jint enable(jint event, void*) {
+    const std::lock_guard locked(FakeJvm::current().mutex_);
+    FakeJvm::current().enabled_.insert(event);
+    return JVMPI_SUCCESS;
   }
-  static jint enable(jint event, void* arg) { return change(event, arg, true); }
-  static jint disable(jint event, void* arg) { return change(event, arg, false); }
+  static jint disable(jint event, void*) {
+    const std::lock_guard locked(FakeJvm::current().mutex_);
+    FakeJvm::current().enabled_.erase(event);
+    return JVMPI_SUCCESS;
+  }
   static jint request(jint event, void* arg) {
     FakeJvm& jvm = FakeJvm::current();
     {
@@ -123,7 +118,7 @@ struct FakeProfiler {
       trace->frames[trace->num_frames++] = frame;
     }
   }
-  static jlong cpuTime() { return FakeJvm::current().cpuNanoseconds; }
+  static jlong cpuTime() { return 0; }
   static jint status(JNIEnv* env) {
     FakeThread* thread = FakeJvm::current().threadOf(env);
     return thread ? thread->status.load() : 0;

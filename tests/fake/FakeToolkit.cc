@@ -1,5 +1,6 @@
 #include "fake/FakeToolkit.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdlib>
@@ -179,10 +180,14 @@ FakeToolkit::~FakeToolkit() {
   klgLogger = nullptr;
   klgTracer = nullptr;
   useKlgCalls(nullptr);
+  forget();
+  toolkit = nullptr;
+}
+
+void FakeToolkit::forget() {
   const std::lock_guard locked(linesMutex);
   kept.clear();
   numbers.clear();
-  toolkit = nullptr;
 }
 
 void FakeToolkit::setTraceLevel(int level) {
@@ -200,9 +205,12 @@ std::vector<std::string> FakeToolkit::texts() {
   return result;
 }
 
-bool FakeToolkit::logged(int number) {
+int FakeToolkit::count(int number) {
   const std::lock_guard locked(linesMutex);
-  for (const int seen : numbers)
-    if (seen == number) return true;
-  return false;
+  return static_cast<int>(std::ranges::count(numbers, number));
+}
+
+bool FakeToolkit::said(const std::string& part) {
+  return std::ranges::any_of(
+      lines(), [&](const Line& line) { return line.text.find(part) != line.text.npos; });
 }

@@ -24,7 +24,10 @@ class FakeToolkit {
   void setTraceLevel(int level);  // KLG_LEVEL_OFF at first
   std::vector<Line> lines();      // since the last time
   std::vector<std::string> texts();
-  bool logged(int number);  // whether one of the lines so far was this message
+  int count(int number);               // of this message in all lines so far
+  bool said(const std::string& part);  // by a line since the last time
+  void forget();                       // all of them
+  bool logged(int number) { return count(number) > 0; }
 
   // For the code that sets up the toolkit: objects by name, their properties.
   std::map<std::string, std::map<std::string, std::string>> objects;

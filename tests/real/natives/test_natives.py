@@ -11,6 +11,7 @@ import re
 import unittest
 
 from driver import Driver, key, plan
+from harness import assert_nested
 from javavalues import RepeatedList
 from rounds import BIG, ODD, ROUNDS
 from table import (ANNOUNCED, COMMAND, ELSEWHERE, LOCK, PORTAL, SAMPLERS, SCENARIOS, SYSTEM,
@@ -80,20 +81,6 @@ class Natives(unittest.TestCase):
                       if re.search("(WARNING|FATAL ERROR) in native|WARNING:? JNI", line)]
         self.assertEqual(complaints, [])
 
-    def assertNested(self, records):
-        """On each thread every end has the depth of its begin, and the begins count up."""
-        depth = collections.Counter()
-        for r in records:
-            kind = r["record"]
-            if "depth" not in r:
-                continue
-            if kind.endswith("START"):
-                depth[r["thread"]] += 1
-            self.assertEqual(r["depth"], depth[r["thread"]], r)
-            if not kind.endswith("START"):
-                depth[r["thread"]] -= 1
-        self.assertEqual(+depth, collections.Counter())
-
     def check(self, rounds, threads=1, scenarios=SCENARIOS):
         with Driver(JARS) as driver:
             lines, expected = plan(driver.natives, scenarios, rounds)
@@ -107,7 +94,7 @@ class Natives(unittest.TestCase):
             records = driver.records()
             got = came(records[len(first):], fields_of(expected))
             self.assertEqual((some(expected - got), some(got - expected)), ([], []))
-            self.assertNested(records)
+            assert_nested(self, records)
             tokens = [r["token"] for r in records if r["record"] == "GPS_REQUEST_INVOKE_START"]
             self.assertEqual(len(tokens), len(set(tokens)), "tokens repeat")
             lost = {n for n, v in figures.items() if n.startswith("lost") and v != before[n]}

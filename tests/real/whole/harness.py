@@ -4,6 +4,7 @@ Everything here waits for a state with a generous bound, never for a time: a bou
 failure, not a slow machine.
 """
 
+import collections
 import contextlib
 import json
 import os
@@ -34,6 +35,21 @@ def wait_until(what, condition, seconds=PATIENCE):
             raise AssertionError(f"still not after {seconds} s: {what}")
         time.sleep(0.02)
     return result
+
+
+def assert_nested(test, records):
+    """On each thread every end has the depth and the kind of its begin, and the begins count up."""
+    running = collections.defaultdict(list)
+    for r in records:
+        if "depth" not in r:
+            continue
+        calls, kind = running[r["conn"], r["thread"]], r["record"][:3]
+        if r["record"].endswith("START"):
+            calls.append(kind)
+        test.assertEqual((r["depth"], kind), (len(calls), calls[-1] if calls else None), r)
+        if not r["record"].endswith("START"):
+            calls.pop()
+    test.assertEqual([c for c in running.values() if c], [])
 
 
 class Home:

@@ -61,16 +61,6 @@ class Config(unittest.TestCase):
         self.assertIn(f" 1213 Application scan of {apps}: 4 classes and 1 archives, "
                       "3 package patterns", log)
 
-    def test_more_packages_than_a_variable_holds(self):
-        apps = self.home.path / "apps"
-        apps.mkdir()
-        self.pack(apps / "big.jar", [f"package{i}/C.class" for i in range(10_000, 30_000)])
-        self.home.set(internal__app__ext__dir=apps)
-        output, log = self.run_server()
-        self.assertIn("/*}{*}\nchild 0\n", output)
-        self.assertIn(" 1212 Application scan goes on, 20000 classes", log)
-        self.assertIn(" 1214 ", log)
-
     @staticmethod
     def pack(path: pathlib.Path, names):
         with zipfile.ZipFile(path, "w") as archive:

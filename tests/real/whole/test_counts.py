@@ -3,7 +3,7 @@
 import collections
 import unittest
 
-from harness import Collector, Home, Jvm, wait_until
+from harness import Collector, Home, Jvm, assert_nested, wait_until
 
 
 def ledger(text):
@@ -51,26 +51,11 @@ class Counts(unittest.TestCase):
         self.assertEqual(kinds["SQL_START"], total * statements)
         self.assertEqual(kinds["SQL_END"], total * statements)
         self.assertFalse([r for r in records if r["record"] == "MALFORMED"])
-        self.assertNested(records)
+        assert_nested(self, records)
         assert_balanced(self, figures)
         self.assertEqual(status, 0)
         self.assertNotIn("WARNING in native", text)
         self.assertNotIn("FATAL ERROR in native", text)
-
-    def assertNested(self, records):
-        depth = collections.defaultdict(int)
-        for record in records:
-            name = record["record"]
-            if not name.startswith(("SERVLET_REQUEST", "SQL")):
-                continue
-            thread = (record["conn"], record["thread"])
-            if name.endswith("START"):
-                depth[thread] += 1
-                self.assertEqual(record["depth"], depth[thread], record)
-            else:
-                self.assertEqual(record["depth"], depth[thread], record)
-                depth[thread] -= 1
-        self.assertEqual([d for d in depth.values() if d], [])
 
     def test_one_thread(self):
         self.check(1, 400, 3)

@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import DIST, JDK, Collector, Home, free_port, wait_until
+from harness import DIST, JDK, Collector, Home, assert_nested, free_port, wait_until
 
 SHOP = pathlib.Path(os.environ["VELORA_DEMO_TOMCAT"])
 TOMCAT = pathlib.Path("/usr/share/tomcat10")
@@ -86,7 +86,7 @@ class Tomcat(unittest.TestCase):
             made = self.begun(collector)
             for what in SERVLETS + STATEMENTS:
                 self.assertEqual(made[what], requests + 1, what)
-            self.assertNested(collector)
+            assert_nested(self, collector.records())
             self.assertNotIn("WARNING in native", shop.text())
         finally:
             shop.remove(), collector.remove(), home.remove()
@@ -99,19 +99,6 @@ class Tomcat(unittest.TestCase):
             elif r["record"] == "SQL_START":
                 begun[r["sql"]] += 1
         return begun
-
-    def assertNested(self, collector):
-        open_calls = collections.defaultdict(list)
-        for r in collector.records():
-            if not r["record"].startswith(("SERVLET_REQUEST", "SQL")):
-                continue
-            calls = open_calls[r["conn"], r["thread"]]
-            if r["record"].endswith("START"):
-                calls.append(r["record"][:3])
-                self.assertEqual(r["depth"], len(calls), r)
-            elif r["record"].endswith("END"):
-                self.assertEqual((r["depth"], r["record"][:3]), (len(calls), calls.pop()), r)
-        self.assertEqual([c for c in open_calls.values() if c], [])
 
 
 if __name__ == "__main__":

@@ -131,11 +131,6 @@ TEST(VelList, ManyThreadsLoseNothing) {
   EXPECT_EQ(sum, kThreads * (kEach * (kEach + 1L) / 2));
 }
 
-TEST(VelHashTable, SizesToTheNextPrime) {
-  for (const auto& [asked, buckets] : {std::pair{0, 2}, {11, 13}, {100, 101}, {101, 103}})
-    EXPECT_EQ((VelHashTable<int, int>(asked, false, false).bucketCount()), buckets);
-}
-
 TEST(VelHashTable, PutReplacesGetFindsRemoveForgets) {
   VelHashTable<int, int> table(0, false, false);  // two buckets: every chain has neighbours
   for (int key = 1; key <= 40; ++key) EXPECT_TRUE(table.put(key, key * 10));

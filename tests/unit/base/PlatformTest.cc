@@ -7,7 +7,6 @@
 
 #include "base/ThreadModelSource.h"
 #include "base/platform.h"
-#include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
 
 using testing::ElementsAre;
@@ -85,8 +84,6 @@ TEST(Platform, MachineFigures) {
   EXPECT_GE(getNumberOfProcessors(), getNumberOfProcessorsOnline());
   EXPECT_EQ(getTotalBytesOfMemory(),
             static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * getPageSize());
-  const std::uint64_t before = getCurrentThreadCpuTime();
-  EXPECT_GT(getProcessVM() % 1024 + before + 1, 0u);
   EXPECT_EQ(getProcessVM() % 1024, 0u);
 }
 
@@ -104,23 +101,4 @@ TEST(Platform, Directories) {
   rmdir(base.c_str());
   const std::unique_ptr<char[]> here(velora_getcwd());
   EXPECT_TRUE(isDirExists(here.get()));
-}
-
-extern "C" {
-JNIEXPORT jlong JNICALL
-Java_com_velora_command_monitoring_PerfSummaryImpl_getTotalPhysicalMemory(JNIEnv*, jobject);
-JNIEXPORT jlong JNICALL Java_com_velora_command_monitoring_PerfSummaryImpl_getPagingRate(JNIEnv*,
-                                                                                         jobject,
-                                                                                         jint);
-JNIEXPORT jlong JNICALL Java_com_velora_command_monitoring_PerfSummaryImpl_getVM(JNIEnv*, jobject);
-}
-
-TEST(PerfSummaryNatives, GiveThePlatformsFigures) {
-  FakeJvm jvm;
-  JNIEnv* env = jvm.env();
-  EXPECT_EQ(Java_com_velora_command_monitoring_PerfSummaryImpl_getTotalPhysicalMemory(env, nullptr),
-            static_cast<jlong>(getTotalBytesOfMemory()));
-  EXPECT_EQ(Java_com_velora_command_monitoring_PerfSummaryImpl_getVM(env, nullptr) % 1024, 0);
-  EXPECT_GE(Java_com_velora_command_monitoring_PerfSummaryImpl_getPagingRate(env, nullptr, 1), 0);
-  EXPECT_EQ(Java_com_velora_command_monitoring_PerfSummaryImpl_getPagingRate(env, nullptr, -1), 0);
 }

@@ -3,28 +3,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <mutex>
 
 #include "base/Gate.h"
 #include "base/Identity.h"
-#include "base/Toolkit.h"
 #include "core/AgentState.h"
 #include "core/PropertyMgr.h"
 #include "delivery/ConnectionListener.h"
 #include "delivery/QueuedBytes.h"
 
 std::function<void(long)> Delivery::onPause;
-static std::mutex saidLock;
-
-Said& Said::now() {
-  static Said& said = *new Said;
-  return said;
-}
-
 FakeJvm& theJvm() {
   static FakeJvm& jvm = *new FakeJvm;
   return jvm;
@@ -38,50 +26,6 @@ bool FakeSink::sendPacket(void*, const char* buf, int length, int events, unsign
   packets.push_back({std::string(buf, static_cast<std::size_t>(length)), events, connection});
   LossLedger::sent(static_cast<std::uint64_t>(events));
   return true;
-}
-
-int Said::count(int number) const {
-  return static_cast<int>(std::count(numbers.begin(), numbers.end(), number));
-}
-
-bool Said::text(const std::string& part) const {
-  return std::any_of(texts.begin(), texts.end(),
-                     [&](const std::string& text) { return text.find(part) != text.npos; });
-}
-
-static void note(int number, const char* text, std::va_list arguments) {
-  std::string line = text;
-  for (int tag; (tag = va_arg(arguments, int)) != 0;) {
-    line += "|";
-    if (tag == KLG_INT)
-      line += std::to_string(va_arg(arguments, int));
-    else if (tag == KLG_LONG)
-      line += std::to_string(va_arg(arguments, long long));
-    else
-      line += va_arg(arguments, const char*);
-  }
-  std::lock_guard held(saidLock);
-  Said::now().numbers.push_back(number);
-  Said::now().texts.push_back(line);
-}
-
-static void noteMessage(KlgObject*, const char*, int, int number, const char* text, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, text);
-  note(number, text, arguments);
-  va_end(arguments);
-}
-
-// The toolkit's do-nothing calls, with the message log's replaced.
-static const KlgCalls& listeningCalls() {
-  static const KlgCalls calls = [] {
-    useKlgCalls(nullptr);
-    KlgCalls listening = klgCalls();
-    listening.KlgLogInfo = listening.KlgLogWarn = noteMessage;
-    listening.KlgLogError = listening.KlgLogFatal = noteMessage;
-    return listening;
-  }();
-  return calls;
 }
 
 // Hands every pause to the test.
@@ -104,8 +48,6 @@ static void keepDefaultQueueLimit() {
 
 void Delivery::SetUp() {
   theJvm().givesProfiler();
-  useKlgCalls(&listeningCalls());
-  said() = {};
   onPause = nullptr;
   makePacer = []() -> std::unique_ptr<Pacer> { return std::make_unique<ScriptedPacer>(); };
   AgentState::resetForTest();
@@ -133,7 +75,6 @@ void Delivery::TearDown() {
   MemoryMonitor::destroy();
   PropertyMgr::destroy();
   std::filesystem::remove_all(home);
-  useKlgCalls(nullptr);
 }
 
 void Delivery::set(const char* key, const char* value) {

@@ -21,6 +21,7 @@
 #include "delivery/ThreadMgr.h"
 #include "events/Events.h"
 #include "fake/FakeJvm.h"
+#include "fake/FakeToolkit.h"
 
 // One JVM for the whole program: the agent keeps its look-up class for the life of the process.
 FakeJvm& theJvm();
@@ -53,15 +54,6 @@ class FakeListener : public ConnectionListener {
   int missed = 0, asked = 0;
 };
 
-// What the message log was told: numbers, and whole texts.
-struct Said {
-  static Said& now();
-  std::vector<int> numbers;
-  std::vector<std::string> texts;
-  int count(int number) const;
-  bool text(const std::string& part) const;
-};
-
 // Fresh managers for every test. Waits are calls of `onPause`, so nothing sleeps.
 class Delivery : public ::testing::Test {
  public:
@@ -83,7 +75,7 @@ class Delivery : public ::testing::Test {
   LossLedger::Snapshot since() const { return LossLedger::snapshot() - before_; }
 
   FakeSink sink;
-  static Said& said() { return Said::now(); }
+  FakeToolkit toolkit;
   std::string home;
 
  private:

@@ -28,14 +28,14 @@ TEST_F(Memory, CeilingAndMargin) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     PropertyMgr::destroy();
-    said() = {};
+    toolkit.forget();
     if (c.limit) set("internal.memory.limit", c.limit);
     if (c.threshold) set("internal.memory.accept.threshold", c.threshold);
     monitor()->start();
     EXPECT_EQ(MemoryMonitor::userMemoryULimit_, c.ceiling);
     EXPECT_EQ(MemoryMonitor::memAcceptDelta_, c.margin);
-    EXPECT_EQ(said().count(1051), c.ignored);
-    EXPECT_EQ(said().count(1052), 1);
+    EXPECT_EQ(toolkit.count(1051), c.ignored);
+    EXPECT_EQ(toolkit.count(1052), 1);
   }
 }
 
@@ -62,8 +62,8 @@ TEST_F(Memory, StateIsKeptBetweenTheBounds) {
                                                   {58'000'000, false}, {59'000'000, false}};
   for (const auto& [estimate, refusing] : steps)
     EXPECT_EQ(monitor()->checkForULimit(estimate - own), refusing) << estimate;
-  EXPECT_EQ(said().count(1054), 1);
-  EXPECT_EQ(said().count(1055), 1);
+  EXPECT_EQ(toolkit.count(1054), 1);
+  EXPECT_EQ(toolkit.count(1055), 1);
 }
 
 TEST_F(Memory, EstimateHasAllItsParts) {

@@ -86,7 +86,7 @@ TEST_F(Network, RefusesBeforeTheFirstConnection) {
   EXPECT_FALSE(queue("a"));
   agent->beginLoop();
   EXPECT_FALSE(queue("a"));
-  EXPECT_EQ(said().count(1056), 2);
+  EXPECT_EQ(toolkit.count(1056), 2);
 }
 
 TEST_F(Network, WritesOnePacketACycle) {
@@ -110,7 +110,7 @@ TEST_F(Network, TheEleventhPacketIsRefused) {
   connect();
   for (int i = 0; i < 10; ++i) EXPECT_TRUE(queue("x"));
   EXPECT_FALSE(queue("x"));
-  EXPECT_EQ(said().count(1057), 1);
+  EXPECT_EQ(toolkit.count(1057), 1);
   EXPECT_EQ(agent->getTotalDataSize(), 10);
 }
 
@@ -135,7 +135,7 @@ TEST_F(Network, FailedWriteLosesTheQueueAndTellsOnce) {
   EXPECT_EQ(listener.told, 1);
   EXPECT_FALSE(agent->isReady());
   EXPECT_EQ(agent->getConnection(), 0u);
-  EXPECT_EQ(said().count(1061), 1);
+  EXPECT_EQ(toolkit.count(1061), 1);
   EXPECT_FALSE(queue("refused meanwhile"));
   server.comeBack();
   cycle();
@@ -180,10 +180,10 @@ TEST_F(Network, LookupThatFailsForEver) {
   };
   cycle();
   EXPECT_EQ(lookup.asked, 20);
-  EXPECT_EQ(said().count(1065), 1);
-  EXPECT_EQ(said().count(1058), 6);
+  EXPECT_EQ(toolkit.count(1065), 1);
+  EXPECT_EQ(toolkit.count(1058), 6);
   int warned = 0;
-  for (const std::string& text : said().texts)
+  for (const std::string& text : toolkit.texts())
     warned += text.find("Could not obtain PS proxy details from Kernel.") != text.npos;
   EXPECT_EQ(warned, 5);
 }
@@ -199,10 +199,10 @@ TEST_F(Network, LookupFailures) {
   const std::atomic<int>& printed = theJvm().threadOf(env)->described;
   const int before = printed;
   EXPECT_FALSE(agent->getPSDetailsFromKernel(env, 5));
-  EXPECT_EQ(said().count(1058), 1);
+  EXPECT_EQ(toolkit.count(1058), 1);
   EXPECT_EQ(printed, before + 1);
   EXPECT_FALSE(agent->getPSDetailsFromKernel(env, 6)) << "the same, unsaid";
-  EXPECT_EQ(said().count(1058), 1);
+  EXPECT_EQ(toolkit.count(1058), 1);
   EXPECT_EQ(printed, before + 1);
   EXPECT_EQ(agent->getHostName(), nullptr);
   EXPECT_EQ(agent->getPortNumber(), -1);
@@ -214,7 +214,7 @@ TEST_F(Network, LookupFailures) {
 TEST_F(Network, OddAddressesAndSettingsAreFailuresOrIgnored) {
   start();
   EXPECT_FALSE(agent->connect2ps("no dotted address", server.port(), 4096));
-  EXPECT_EQ(said().count(1059), 1);
+  EXPECT_EQ(toolkit.count(1059), 1);
   for (const int size : {0, -1, 1 << 30}) {
     SCOPED_TRACE(size);
     EXPECT_TRUE(agent->connect2ps("127.0.0.1", server.port(), size));
@@ -228,11 +228,11 @@ TEST_F(Network, BindsWhereTheSettingsSay) {
   set("networkagent.socket.ip", "127.0.0.2");
   start();
   EXPECT_TRUE(agent->connect2ps("127.0.0.1", server.port(), 0));
-  EXPECT_TRUE(said().text("Socket bind successful [127.0.0.2:0]"));
+  EXPECT_TRUE(toolkit.said("Socket bind successful [127.0.0.2:0]"));
   set("networkagent.socket.ip", "192.0.2.1");
   NetworkAgent elsewhere;
   EXPECT_TRUE(elsewhere.connect2ps("127.0.0.1", server.port(), 0));
-  EXPECT_TRUE(said().text("socket bind() failure [192.0.2.1:0]"));
+  EXPECT_TRUE(toolkit.said("socket bind() failure [192.0.2.1:0]"));
 }
 
 TEST_F(Network, ChildProcessesDoNotInheritTheSocket) {

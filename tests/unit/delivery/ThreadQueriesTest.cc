@@ -192,7 +192,7 @@ TEST_F(Queries, AClassThatLacksTheMethodIsEnteredOnce) {
 TEST_F(Queries, NoStackWhileTheProbeIsDisabled) {
   AgentState::resetForTest();
   EXPECT_EQ(stack(worker({0x10}).id(), 2), Texts{"none"});
-  EXPECT_EQ(said().count(1077), 1);
+  EXPECT_EQ(toolkit.count(1077), 1);
 }
 
 TEST_F(Queries, TokenOfTheCallersRequest) {
@@ -213,7 +213,7 @@ TEST_F(Queries, TokenOfTheCallersRequest) {
 
 TEST_F(Queries, DumpThatIsNotToBeHad) {
   EXPECT_EQ(ThreadQueries::generateThreadDump(env, nullptr), -1);
-  EXPECT_EQ(said().count(1077), 1);
+  EXPECT_EQ(toolkit.count(1077), 1);
   EXPECT_EQ(ThreadQueries::generateThreadDump(env, theJvm().ref(theJvm().newObject())), -1);
 }
 

@@ -117,7 +117,7 @@ TEST_F(Threads, EndedThreadsRecordIsItsAgentsToDelete) {
   EXPECT_EQ(first->getServletDepth(), 0);
   EXPECT_EQ(first->nestedRequestDepth_, 2);
   EXPECT_FALSE(first->appendEvent(new SQLEvent(Event::END)));
-  EXPECT_TRUE(said().text("Append Event Thread is dead: 0, EvtType: 7 Evt SubType: 1 TID: "));
+  EXPECT_TRUE(toolkit.said("Append Event Thread is dead: 0, EvtType: 7 Evt SubType: 1 TID: "));
 
   ThreadData* second = thread(env);
   EXPECT_NE(second, first);
@@ -151,7 +151,7 @@ TEST_F(Threads, NamesComeFromTheThreadStartAlone) {
   EXPECT_TRUE(visited);
   other.env_id = nullptr;
   EXPECT_EQ(threads->getThreadData(&other), nullptr);
-  EXPECT_TRUE(said().text("NULL env id in getThreadDataJVMPI"));
+  EXPECT_TRUE(toolkit.said("NULL env id in getThreadDataJVMPI"));
 }
 
 TEST_F(Threads, AnIdIsTheLowHalfAndMustBeOneThreads) {
