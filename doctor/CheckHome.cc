@@ -26,10 +26,10 @@ static void judgeRights(const Case& c, Findings& findings) {
     const std::string refusal = refusalOf(c.subject.place(path), mode);
     if (refusal.empty()) continue;
     well = false;
-    findings.add({"rights",
-                  State::wrong,
-                  path + " " + refusal + " by user " + userName(geteuid()) + ": " + consequence,
-                  {{"path", path}}});
+    std::string text = path;
+    text.append(" ").append(refusal).append(" by user ").append(userName(geteuid()));
+    text.append(": ").append(consequence);
+    findings.add({"rights", State::wrong, text, {{"path", path}}});
   }
   if (well) findings.add({"rights", State::ok, "etc and logs can be written", {}});
 }

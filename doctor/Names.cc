@@ -33,7 +33,7 @@ static Said saidOf(const Launch& launch, const char* key) {
   return {launch.command.property(key).value_or(""), "from a Java system property"};
 }
 
-static std::string kept(std::string value, const char* otherwise) {
+static std::string kept(const std::string& value, const char* otherwise) {
   constexpr std::size_t kLongest = 255;
   return value.empty() ? otherwise : value.substr(0, kLongest);
 }

@@ -34,7 +34,6 @@ static std::string seen(Subject& subject, const std::string& path, const char* w
 static void readLinks(Subject& subject, const std::string& proc) {
   subject.executable = linkTarget(proc + "exe");
   subject.directory = linkTarget(proc + "cwd");
-  if (subject.directory.empty()) subject.hidden.emplace_back("working directory");
   struct stat own, its;
   const std::string root = proc + "root";
   if (stat("/", &own) == 0 && stat(root.c_str(), &its) == 0 &&
@@ -44,8 +43,9 @@ static void readLinks(Subject& subject, const std::string& proc) {
 }
 
 static void readDescriptors(Subject& subject, const std::string& proc) {
-  for (const std::string& name : entriesOf(proc + "fd")) {
-    const std::string target = linkTarget(proc + "fd/" + name);
+  const std::string directory = proc + "fd/";
+  for (const std::string& name : entriesOf(directory)) {
+    const std::string target = linkTarget(directory + name);
     if (const auto inode = socketInode(target))
       subject.sockets.insert(*inode);
     else if (target.starts_with('/'))
@@ -93,7 +93,7 @@ static std::string onPath(const std::string& program, const std::string& path) {
   if (program.find('/') != program.npos) return program;
   for (std::string_view rest = path; !rest.empty();) {
     const auto end = std::min(rest.find(':'), rest.size());
-    const std::string file = joined(std::string(rest.substr(0, end)), program);
+    std::string file = joined(std::string(rest.substr(0, end)), program);
     if (access(file.c_str(), X_OK) == 0) return file;
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }

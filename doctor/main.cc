@@ -29,7 +29,8 @@ static int run(const Options& options) {
   else if (!becomeOwner(subject))
     none.add({"process", State::wrong, "cannot go on as the user of the process", {}});
   if (!none.all().empty()) return report(options, name, none);
-  return report(options, name + " of user " + userName(subject.owner.user),
+  const std::string user = userName(subject.owner.user);
+  return report(options, name + " of user " + user,
                 examine(caseOf(std::move(subject), std::time(nullptr))));
 }
 

@@ -111,7 +111,7 @@ class Doctor(unittest.TestCase):
         report = doctor(jvm.process.pid, user=NOBODY)
         self.assertEqual(finding(report, "rights", "wrong"),
                          "user nobody has no right to see of this process: environment, memory"
-                         " map, working directory; run the doctor as root or as user root")
+                         " map; run the doctor as root or as user root")
 
     def test_a_home_that_the_servers_user_may_not_enter(self):
         os.chmod(self.home.path, 0o700 if IS_ROOT else 0)
@@ -122,6 +122,19 @@ class Doctor(unittest.TestCase):
         self.assertIn(f"{self.home.path} may not be entered", finding(report, "home", "wrong"))
         self.assertIn("Permission denied", finding(report, "settings", "wrong"))
         self.assertIn("is loaded", finding(report, "library", "ok"))
+
+    def test_a_home_that_the_servers_user_may_not_write_to(self):
+        os.chmod(self.home.path, 0o755)
+        for name in ("etc", "logs"):
+            os.chmod(self.home.path / name, 0o555)
+            self.addCleanup(os.chmod, self.home.path / name, 0o755)
+        jvm = self.server(port=free_port(), user=NOBODY if IS_ROOT else None)
+        jvm.expect("done ")
+        report = doctor(jvm.process.pid)
+        for name in ("etc", "logs"):
+            self.assertIn(f"{self.home.path}/{name} may not be written by user ",
+                          finding(report, "rights", "wrong"))
+        self.assertTrue(finding(report, "settings", "ok"))
 
     def test_a_command_that_is_not_run(self):
         library = self.home.path / "lib" / "libvelora.so"
