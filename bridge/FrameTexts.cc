@@ -27,11 +27,17 @@ std::string javaName(std::string_view signature) {
   return name;
 }
 
+std::string beginning(std::string_view text, std::size_t limit) {
+  if (text.size() <= limit) return std::string(text);
+  while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
+  return std::string(text.substr(0, limit));
+}
+
 static std::string typeName(jclass type) {
   JvmtiPtr<char> signature;
   if (!type || jvm.jvmti->GetClassSignature(type, signature.out(), nullptr) != JVMTI_ERROR_NONE)
     return "unknown";
-  return javaName(signature.get()).substr(0, kLongestType);
+  return beginning(javaName(signature.get()), kLongestType);
 }
 
 static std::string place(const jvmtiFrameInfo& frame, jclass type) {
@@ -40,7 +46,7 @@ static std::string place(const jvmtiFrameInfo& frame, jclass type) {
   JvmtiPtr<char> file;
   if (!type || jvm.jvmti->GetSourceFileName(type, file.out()) != JVMTI_ERROR_NONE)
     return "Unknown Source";
-  const auto name = std::string(file.get()).substr(0, kLongestFile);
+  const auto name = beginning(file.get(), kLongestFile);
   return line < 0 ? name : name + ':' + std::to_string(line);
 }
 
@@ -50,7 +56,7 @@ std::string FrameTexts::written(const jvmtiFrameInfo& frame) const {
     return "unknown.unknown(Unknown Source)";  // its class was unloaded meanwhile
   JvmtiPtr<char> method;
   jvm.jvmti->GetMethodName(frame.method, method.out(), nullptr, nullptr);
-  const auto name = std::string(method.get() ? method.get() : "unknown").substr(0, kLongestMethod);
+  const auto name = beginning(method.get() ? method.get() : "unknown", kLongestMethod);
   std::string text = typeName(type.get()) + '.' + name + '(' + place(frame, type.get()) + ')';
   for (char& c : text)  // a name may hold any of these
     if (c == '\n' || c == '\r') c = '?';

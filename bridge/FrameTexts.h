@@ -13,6 +13,9 @@ namespace bridge {
 // "pkg.Type/0x12", as Java names it.
 std::string javaName(std::string_view signature);
 
+// As much of a text as fits `limit` bytes, without a part of a character at its end.
+std::string beginning(std::string_view text, std::size_t limit);
+
 // Texts for one dump. Stacks share most of their frames, so each is worked out once.
 class FrameTexts {
  public:

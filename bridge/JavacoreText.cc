@@ -32,12 +32,7 @@ constexpr std::size_t kLongestName = 1024;
 }
 
 std::string nameInHeader(const char* name) {
-  std::string text = name ? name : "";
-  if (text.size() > kLongestName) {
-    std::size_t end = kLongestName;
-    while (end > 0 && (text[end] & 0xC0) == 0x80) --end;  // not inside a character
-    text.resize(end);
-  }
+  std::string text = beginning(name ? name : "", kLongestName);
   for (char& c : text) {
     if (c == '"') c = '\'';
     if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = ' ';
