@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Gate.h"
 #include "base/JniScope.h"
 #include "base/Trace.h"
 #include "core/AgentState.h"
@@ -87,7 +88,10 @@ static bool request(JNIEnv* env) {
   return true;
 }
 
+// The gate is held for the look alone: a shutdown need not wait for a dump.
 static int writingMs() {
+  const Gate::Scope managersStay(managersGate);
+  if (!managersStay) return kWritingMs;
   const int ms =
       PropertyMgr::getInstance()->getIntProperty("internal.stacktrace.sleep", kWritingMs);
   return ms < 0 ? kWritingMs : ms;

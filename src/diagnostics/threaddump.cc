@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Gate.h"
 #include "base/Trace.h"
 #include "core/PropertyMgr.h"
 #include "core/SystemSettings.h"
@@ -56,7 +57,10 @@ static const char* locationFile() {
 }
 
 static const char* dumpDirectory() {
-  const char* configured = PropertyMgr::getInstance()->getProperty("internal.probe.javacoredir");
+  const Gate::Scope managersStay(managersGate);
+  const char* configured =
+      managersStay ? PropertyMgr::getInstance()->getProperty("internal.probe.javacoredir")
+                   : nullptr;
   return configured ? configured : std::getenv("NORVIK_JAVACOREDIR");
 }
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/Gate.h"
 #include "base/Jvmpi.h"
 #include "core/AgentState.h"
 #include "core/PropertyMgr.h"
@@ -188,6 +189,22 @@ TEST_F(Dump, NoPathNoStack) {
   jvm.threadDumpResult = -1;
   EXPECT_EQ(read(0x2a), "");
   EXPECT_EQ(slept, std::vector<int>{}) << "no dump was asked for";
+}
+
+// Once managers are being destroyed, none is asked, and none is made anew.
+TEST_F(Dump, WithoutManagers) {
+  PropertyMgr::getInstance()->putProperty("internal.stacktrace.sleep", "70");
+  PropertyMgr::getInstance()->putProperty("internal.probe.javacoredir", "first");
+  std::filesystem::create_directories("first");
+  write("first/javacore2.txt", "");
+  write("javacore1.txt", "");
+  ASSERT_TRUE(managersGate.closeAndWait(0));
+  PropertyMgr::destroy();
+  EXPECT_EQ(generated(), "./javacore1.txt");
+  EXPECT_EQ(read(0x2a), "");
+  EXPECT_EQ(slept, (std::vector<int>{2000, 5000}));
+  EXPECT_EQ(propMgr, nullptr);
+  managersGate.open();
 }
 
 // Lines longer than a reader's buffer stay one line.
