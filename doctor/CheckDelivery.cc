@@ -20,7 +20,7 @@ static void judgeServer(const Case& c, const Endpoint& to, Finding finding, Find
     finding.text += ": connected";
     finding.values.emplace_back("connected", true);
   } else if (!c.subject.sameNetwork) {
-    finding.state = State::note;
+    finding.state = c.javaSideOff ? State::note : State::wrong;
     finding.text +=
         ": not connected; the process has a network of its own, so it is not tried from here";
   } else if (const auto why = whyNoAnswer(*address, to.port)) {

@@ -47,8 +47,15 @@ static void noteNumber(const LogRecord& record, Story& story) {
   }
 }
 
+static std::string_view withoutTime(std::string_view text) {
+  return text.substr(std::min(text.find(' '), text.size()));
+}
+
+// Of one that is repeated the latest is kept, so that it does not push the others out.
 static void addProblem(Story& story, std::string text) {
   constexpr std::size_t kKept = 5;
+  if (!story.problems.empty() && withoutTime(story.problems.back()) == withoutTime(text))
+    story.problems.pop_back();
   story.problems.push_back(std::move(text));
   if (story.problems.size() > kKept) story.problems.erase(story.problems.begin());
 }

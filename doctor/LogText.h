@@ -24,7 +24,7 @@ struct Story {
   bool probeStopped = false;
   bool fatal = false;
   std::optional<int> level;
-  std::vector<std::string> problems;  // warnings and worse, the latest last
+  std::vector<std::string> problems;  // warnings and worse, the latest last; no repetitions
 };
 
 // Records of the process from `since` on ("2024-05-06T07:08:09"), so that an earlier process of the

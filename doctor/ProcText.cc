@@ -73,6 +73,13 @@ std::optional<long long> startSecond(std::string_view processStat, std::string_v
   return *booted + *ticks / ticksPerSecond;
 }
 
+std::string seenFrom(std::string_view root, std::string_view path) {
+  const bool below = root.size() > 1 && path.starts_with(root) &&
+                     (path.size() == root.size() || path[root.size()] == '/');
+  if (!below) return std::string(path);
+  return path.size() == root.size() ? "/" : std::string(path.substr(root.size()));
+}
+
 std::optional<long long> socketInode(std::string_view link) {
   constexpr std::string_view kPrefix = "socket:[";
   if (!link.starts_with(kPrefix) || !link.ends_with(']')) return std::nullopt;

@@ -34,6 +34,9 @@ int innermostId(std::string_view status, int pid);
 std::optional<long long> startSecond(std::string_view processStat, std::string_view systemStat,
                                      long ticksPerSecond);
 
+// A path as a process names it whose root directory is `root`, which the kernel writes in front.
+std::string seenFrom(std::string_view root, std::string_view path);
+
 // "socket:[4711]" is 4711.
 std::optional<long long> socketInode(std::string_view link);
 

@@ -32,8 +32,11 @@ static std::string seen(Subject& subject, const std::string& path, const char* w
 }
 
 static void readLinks(Subject& subject, const std::string& proc) {
-  subject.executable = linkTarget(proc + "exe");
-  subject.directory = linkTarget(proc + "cwd");
+  const std::string rootName = linkTarget(proc + "root");
+  for (MappedFile& file : subject.mapped) file.path = seenFrom(rootName, file.path);
+  for (std::string& file : subject.openFiles) file = seenFrom(rootName, file);
+  subject.executable = seenFrom(rootName, linkTarget(proc + "exe"));
+  subject.directory = seenFrom(rootName, linkTarget(proc + "cwd"));
   struct stat own, its;
   const std::string root = proc + "root";
   if (stat("/", &own) == 0 && stat(root.c_str(), &its) == 0 &&
@@ -80,8 +83,8 @@ Subject readProcess(int pid, bool& there) {
   subject.launch.environment =
       environmentOf(splitAtNul(seen(subject, proc + "environ", "environment")));
   subject.mapped = mappedFiles(seen(subject, proc + "maps", "memory map"));
-  readLinks(subject, proc);
   readDescriptors(subject, proc);
+  readLinks(subject, proc);
   subject.tcpTable = readFile(proc + "net/tcp", 64 << 20).text.value_or("");
   subject.started = startOf(proc);
   subject.launch.command = commandOf(subject);

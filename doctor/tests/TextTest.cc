@@ -84,6 +84,14 @@ TEST(ProcText, Status) {
   EXPECT_EQ(ownerIn(""), std::nullopt);
 }
 
+TEST(ProcText, PathsInAnotherRoot) {
+  EXPECT_EQ(seenFrom("/jail", "/jail/opt/a"), "/opt/a");
+  EXPECT_EQ(seenFrom("/jail", "/jail"), "/");
+  EXPECT_EQ(seenFrom("/jail", "/jailed/a"), "/jailed/a");
+  EXPECT_EQ(seenFrom("/", "/opt/a"), "/opt/a");
+  EXPECT_EQ(seenFrom("", "/opt/a"), "/opt/a");
+}
+
 TEST(ProcText, Start) {
   const std::string boot = "cpu 1 2 3\nbtime 1700000000\n";
   const std::string stat = "7 (a) b (c) S 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 4250 99\n";
@@ -180,11 +188,13 @@ TEST(LogText, StopsAndTheLatestProblems) {
   Story story;
   std::string log;
   for (int second = 10; second < 20; ++second)
-    log += "2024-05-06T07:00:" + std::to_string(second) + "Z WARN logger.dc.msg [7:8] 1044 x\n";
+    log += "2024-05-06T07:00:" + std::to_string(second) + "Z WARN logger.dc.msg [7:8] 1044 n" +
+           std::to_string(second / 2) + "\n";
   tellStory(log + "2024-05-06T07:01:00Z INFO logger.dc.msg [7:8] 1005 Stopped", 7, "", story);
   EXPECT_TRUE(story.probeStopped);
   EXPECT_EQ(story.problems.size(), 5U);
-  EXPECT_EQ(story.problems.back(), "2024-05-06T07:00:19Z WARN 1044 x");
+  EXPECT_EQ(story.problems.back(), "2024-05-06T07:00:19Z WARN 1044 n9");
+  EXPECT_EQ(story.problems.front(), "2024-05-06T07:00:11Z WARN 1044 n5") << "one of each";
   tellAgentFile("Thu May  6 07:08:09 2024   WARNING: late \nThu May  6 07:08:10 2024   INFO: x \n",
                 story);
   EXPECT_EQ(story.problems.back(), "Thu May  6 07:08:09 2024   WARNING: late");
