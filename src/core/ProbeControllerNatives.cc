@@ -12,8 +12,10 @@
 
 VEL_COMMAND(Java_com_velora_probe_ProbeController_startNativeProbe, (), ProbeMgr::probeStart(env))
 VEL_COMMAND(Java_com_velora_probe_ProbeController_stopNativeProbe, (), ProbeMgr::probeStop(env))
+
+// Reads settings, whose manager stays meanwhile.
 VEL_COMMAND(Java_com_velora_probe_ProbeController_setupGps, (jstring regMask),
-            GPSTokenUtils::setUpGps(env, regMask))
+            insideOf(managersGate, [&] { GPSTokenUtils::setUpGps(env, regMask); }))
 
 static bool setModLevel(jint level) {
   if (!ProbeMgr::isProbeDisabled()) return ProbeMgr::setProbeLevel(level);
