@@ -74,6 +74,8 @@ def some(counter):
 
 
 class Natives(unittest.TestCase):
+    maxDiff = None
+
     def assertUnharmed(self, driver, status=0):
         self.assertEqual(driver.jvm.process.returncode, status, driver.text()[-3000:])
         self.assertEqual(driver.jvm.crash_files(), [])

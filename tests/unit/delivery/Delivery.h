@@ -44,6 +44,19 @@ class FakeSink : public PacketSink {
   int refused = 0;
 };
 
+// Takes every record, or none.
+class FakeAdopter : public ThreadAdopter {
+ public:
+  bool isReady() override { return ready; }
+  bool manageThreadData(ThreadData* thr) override {
+    if (takes) adopted.push_back(thr);
+    return takes;
+  }
+  bool ready = true;
+  bool takes = true;
+  std::vector<ThreadData*> adopted;
+};
+
 // Notes what it is told of connections.
 class FakeListener : public ConnectionListener {
  public:

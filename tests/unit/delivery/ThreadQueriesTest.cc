@@ -5,13 +5,6 @@
 #include "delivery/Delivery.h"
 #include "instrument/ClassTable.h"
 
-// Takes every record.
-class AnyAdopter : public ThreadAdopter {
- public:
-  bool isReady() override { return true; }
-  bool manageThreadData(ThreadData*) override { return true; }
-};
-
 class Queries : public Delivery {
  protected:
   void SetUp() override {
@@ -66,7 +59,7 @@ class Queries : public Delivery {
     return frames;
   }
   using Texts = std::vector<std::string>;
-  AnyAdopter adopter;
+  FakeAdopter adopter;
   JNIEnv* env = nullptr;
 };
 

@@ -9,19 +9,6 @@ extern "C" jstring Java_com_velora_probe_ThreadManager_getNativeProbeStatus(JNIE
 
 static JNIEnv* envAt(std::uintptr_t address) { return reinterpret_cast<JNIEnv*>(address); }
 
-// Takes every record, or none.
-class FakeAdopter : public ThreadAdopter {
- public:
-  bool isReady() override { return ready; }
-  bool manageThreadData(ThreadData* thr) override {
-    if (takes) adopted.push_back(thr);
-    return takes;
-  }
-  bool ready = true;
-  bool takes = true;
-  std::vector<ThreadData*> adopted;
-};
-
 class Threads : public Delivery {
  protected:
   void SetUp() override {
