@@ -34,7 +34,7 @@ VEL_REPORT(Java_com_velora_probe_ProbeUtils_completeNativeGpsReceiveRequest, (js
 VEL_REPORT(Java_com_velora_command_CommandAgent_completeNativeGpsReceiveRequest, (jstring),
            (DC2PS_GPS_REQUEST_RECEIVE_END_RECORD), EventUtils::completeGpsReceive(env))
 
-// No report, and so nothing that short memory could lose.
+// No report, but it asks the memory monitor like one.
 VEL_ANSWER(jbyteArray, nullptr, Java_com_velora_probe_ProbeUtils_getNativeGpsToken, (),
            ThreadQueries::getNativeGpsToken(env))
 VEL_ANSWER(jbyteArray, nullptr, Java_com_velora_command_CommandAgent_getNativeGpsToken, (),

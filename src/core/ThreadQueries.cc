@@ -5,6 +5,7 @@
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "core/Native.h"
+#include "delivery/MemoryMonitor.h"
 #include "delivery/ThreadData.h"
 #include "delivery/ThreadMgr.h"
 #include "diagnostics/threaddump.h"
@@ -79,6 +80,8 @@ jbyteArray ThreadQueries::getNativeGpsToken(JNIEnv* env) {
   LocalRef<jbyteArray> bytes(env, env->NewByteArray(GPSEvent::kTokenBytes));
   if (describeAndClear(env) || !bytes) return nullptr;
   insideGate([&] {
+    // An invocation that was turned away has no token: the thread's is an earlier one's.
+    if (MemoryMonitor::getInstance()->reachedULimit(env)) return;
     ThreadMgr* threads = ThreadMgr::getIfPresent();
     const ThreadData* thr = threads ? threads->getThreadDataIfPresent(env) : nullptr;
     if (!thr || !thr->isAlive() || !thr->gpsToken_) return;

@@ -163,11 +163,17 @@ void GPSTokenUtils::sayWhetherKept(bool kept, const TokenCounterFile& file) {
   if (kept == kept_ || !*counterFile) return;  // before the set-up there is nothing to keep
   kept_ = kept;
   const char* const name = counterFile;
-  if (kept)
+  if (kept) {
     logInfo({1221, "Cross-process token counter %s is kept again"}, name);
-  else
-    logWarn({1220,
-             "Cross-process token counter %s is not kept (%s): tokens differ within this process, "
-             "but a restart may repeat them"},
-            name, file.trouble().c_str());
+    return;
+  }
+  logWarn({1220,
+           "Cross-process token counter %s is not kept (%s): tokens differ within this process, "
+           "but a restart may repeat them"},
+          name, file.trouble().c_str());
+  // The log may lie on the same full disk.
+  std::fprintf(
+      stderr,
+      "WARNING: Cross-process token counter %s is not kept (%s): a restart may repeat tokens\n",
+      name, file.trouble().c_str());
 }

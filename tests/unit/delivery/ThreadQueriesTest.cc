@@ -195,13 +195,15 @@ TEST_F(Queries, TokenOfTheCallersRequest) {
     env->GetByteArrayRegion(bytes, 0, 4, read);
     return std::vector<int>(read, read + 4);
   };
-  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no record, and none is made";
-  EXPECT_FALSE(ThreadMgr::getInstance()->threadExists(env));
+  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no request yet";
   ThreadData* own = thread(env);
   EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0}));
   own->gpsToken_ = std::make_unique<jbyte[]>(4);
   std::copy_n("\x50\x00\x03\xE8", 4, own->gpsToken_.get());
   EXPECT_EQ(token(), (std::vector<int>{0x50, 0, 3, -24}));
+  MemoryMonitor::uLimitReached_ = true;
+  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no later call may carry it";
+  MemoryMonitor::uLimitReached_ = false;
 }
 
 TEST_F(Queries, DumpThatIsNotToBeHad) {

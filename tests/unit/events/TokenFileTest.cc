@@ -102,7 +102,10 @@ TEST_F(TokenFile, UnwritableHomeIsSaidOnceAndOnceWhenItIsOver) {
   const fs::path inTheWay = file().string() + ".new";
   fs::create_directories(inTheWay / "full");
   restart("0101");
-  for (unsigned i = 0; i < 1000; ++i) ASSERT_EQ(GPSTokenUtils::getToken(), 0x500003E8u + i);
+  testing::internal::CaptureStderr();
+  for (unsigned i = 0; i < 1000; ++i) EXPECT_EQ(GPSTokenUtils::getToken(), 0x500003E8u + i);
+  const std::string console = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(console.find("(" + trouble(".new", "File exists") + ")"), console.rfind('('));
   EXPECT_EQ(said(), Messages{"1220 " + trouble(".new", "File exists")});
   EXPECT_EQ(counter(), "1000");
   setUpAgain("0101");

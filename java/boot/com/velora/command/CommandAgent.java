@@ -16,7 +16,10 @@ public final class CommandAgent {
   /** The request from the other process is complete. */
   public static native void completeNativeGpsReceiveRequest(String gpsToken);
 
-  /** The calling thread's token, highest byte first; four zeros when it has none. */
+  /**
+   * The calling thread's token, highest byte first; four zeros when it has none, and while reports
+   * are turned away.
+   */
   public static native byte[] getNativeGpsToken();
 
   /** Id of a live thread of that name in that thread group; 0: none. */

@@ -110,7 +110,10 @@ public final class ProbeUtils {
   /** The request from the other process is complete. */
   public static native void completeNativeGpsReceiveRequest(String gpsToken);
 
-  /** The calling thread's token, highest byte first; four zeros when it has none. */
+  /**
+   * The calling thread's token, highest byte first; four zeros when it has none, and while reports
+   * are turned away.
+   */
   public static native byte[] getNativeGpsToken();
 
   /** Time and date at which the native library was built, as one line. */
