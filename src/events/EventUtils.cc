@@ -120,10 +120,13 @@ bool EventUtils::appendKGWEvent(JNIEnv* env, jstring gatewayName, jstring server
 bool EventUtils::appendMQIEvent(JNIEnv* env, jstring mgrName, jstring queueName, jlong snapShotTime,
                                 jbyte* ctype, jint* count, jlong* avgTimeTaken, jint arrLength) {
   VEL_TRACE();
+  std::unique_ptr<jbyte[]> types(ctype);
+  std::unique_ptr<jint[]> counts(count);
+  std::unique_ptr<jlong[]> averages(avgTimeTaken);
   auto event = std::make_unique<MQIEvent>(Event::NOSTYPE);
-  event->ctype.reset(ctype);
-  event->count.reset(count);
-  event->avgTimeTaken.reset(avgTimeTaken);
+  event->ctype = std::move(types);
+  event->count = std::move(counts);
+  event->avgTimeTaken = std::move(averages);
   event->arrLength = arrLength;
   return appendSingle(env, std::move(event), [&](MQIEvent& e) {
     e.mgrName = ownText(env, mgrName);

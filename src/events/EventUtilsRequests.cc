@@ -153,6 +153,7 @@ bool EventUtils::completeGpsReceive(JNIEnv* env) {
   const LevelEnd closing{thr};
   auto event = makeEvent<GPSEvent, Event::COMPLETE>();
   event->servletDepth = currentDepth(thr);
+  if (thr) thr->gpsToken_.reset();  // the thread's next request must not be taken for this one
   return appendGPSReceiveEvent(env, thr, event.release());
 }
 

@@ -113,6 +113,14 @@ TEST_F(Requests, TokensOfOtherProcesses) {
   }
 }
 
+TEST_F(Requests, TokenIsTheThreadsUntilTheRequestIsComplete) {
+  EventUtils::beginGpsReceive(env, s("500003E8"));
+  ASSERT_NE(thread().gpsToken_, nullptr);
+  EXPECT_EQ(hex({reinterpret_cast<const char*>(thread().gpsToken_.get()), 4}), "500003E8");
+  EventUtils::completeGpsReceive(env);
+  EXPECT_EQ(thread().gpsToken_, nullptr);
+}
+
 TEST_F(Requests, SendRequestKeepsWhatIsThere) {
   auto* e = new PortalPageEvent(Event::START);
   e->request_name = text("mine");
