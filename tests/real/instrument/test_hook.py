@@ -50,6 +50,7 @@ class Hook(unittest.TestCase):
         command += ["-cp", f"{CLASSES / 'run'}:{CLASSES / 'old'}", *program]
         environment = dict(os.environ)
         environment.pop("ZETRELJITI_PROPS", None)
+        environment["KLGLOG_COMMON_DIR"] = str(self.scratch / "logs")
         if configuration:
             environment["ZETRELJITI_PROPS"] = str(configuration)
         done = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL,
