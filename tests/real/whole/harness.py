@@ -129,10 +129,13 @@ class Jvm:
             command.append(f"-Dvelora.publish.address=127.0.0.1:{port}")
         self.cwd = pathlib.Path(tempfile.mkdtemp(prefix="velora-cwd-"))
         self.errors = open(self.cwd / "stderr.txt", "w+", encoding="utf-8", errors="replace")
+        # Never where the machine's other servers log: what lies there decides where a server logs.
+        logs = f"{home}/logs" if home and os.path.isdir(f"{home}/logs") else self.cwd
+        env = {**os.environ, "KLGLOG_COMMON_DIR": str(logs), **(env or {})}
         self.process = subprocess.Popen(
             [*map(str, command), *options, "-cp", CLASSES, main, *map(str, args)],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.errors, text=True,
-            errors="replace", cwd=self.cwd, env={**os.environ, **(env or {})},
+            errors="replace", cwd=self.cwd, env=env,
             user=user, extra_groups=None if user is None else [])
         self.output = []
 

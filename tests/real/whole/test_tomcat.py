@@ -34,6 +34,7 @@ class Shop:
             [TOMCAT / "bin" / "catalina.sh", "run"], stdin=subprocess.DEVNULL, stdout=self.log,
             stderr=subprocess.STDOUT, cwd=self.base,
             env={**os.environ, "JAVA_HOME": str(JDK), "CATALINA_HOME": str(TOMCAT),
+                 "KLGLOG_COMMON_DIR": str(home.path / "logs"),
                  "CATALINA_BASE": str(self.base), "CATALINA_OPTS": " ".join(options)})
 
     def text(self):
