@@ -7,11 +7,13 @@ import signal
 import stat
 import subprocess
 import tempfile
+import time
 import unittest
 
 from harness import Collector, Home, Jvm, wait_until
 from test_counts import assert_balanced, drained
 
+SECONDS = float(os.environ.get("VELORA_DUMP_SECONDS", 4))  # of the mixed run
 LOCATIONS = [pathlib.Path("/tmp/javacore_locations"), pathlib.Path("/tmp/dump_locations")]
 HEADER = re.compile(r'^"(.*)" \(TID:0x[0-9a-f]+, sys_thread_t:0x([0-9a-f]+), state:([A-Z]+), '
                     r"native ID:0x([0-9a-f]+)\)")
@@ -167,6 +169,47 @@ class Dumps(unittest.TestCase):
             assert_balanced(self, figures)
             self.assertEqual(server.jvm.end(), 0, server.jvm.stderr())
             self.assertEqual(server.jvm.crash_files(), [])
+
+    def test_all_kinds_in_turn_under_requests(self):
+        """The clock ticks every 100 ms; what takes longer lets ticks pass."""
+        home, collector = Home(), Collector().start()
+        jvm = Jvm("Workload", 8, 0, 3, home=home.path, port=collector.port,
+                  options=[OWN_DUMPS_TO_STDERR])
+
+        def look(order):
+            jvm.tell(order)
+            result, micros, requests = map(int, jvm.expect("looked ").split())
+            self.assertEqual(result, 0, jvm.stderr())
+            return micros, requests
+
+        def javacore():
+            count = len(list(jvm.cwd.glob("javacore*")))
+            jvm.process.send_signal(signal.SIGQUIT)
+            wait_until("a javacore", lambda: len(list(jvm.cwd.glob("javacore*"))) > count)
+
+        try:
+            jvm.expect("ready")
+            longest, turns, start = {"snapshot": 0, "dump": 0}, 0, time.monotonic()
+            while time.monotonic() < start + SECONDS or turns == 0:
+                for kind in ("snapshot", "javacore", "dump"):
+                    if kind == "javacore":
+                        javacore()
+                    else:
+                        longest[kind] = max(longest[kind], look(kind)[0])
+                    before = look("count")[1]
+                    time.sleep(0.1 - (time.monotonic() - start) % 0.1)
+                    wait_until("requests go on", lambda: look("count")[1] > before)
+                turns += 1
+            jvm.tell("stop")
+            requests = int(jvm.expect("done "))
+            figures = drained(jvm)
+            print(f"{turns} turns, {requests} requests, longest in us {longest}, {figures}")
+            assert_balanced(self, figures)
+            self.assertGreaterEqual(figures["created"], requests * 8)
+            self.assertEqual(jvm.end(), 0, jvm.stderr())
+            self.assertEqual(jvm.crash_files(), [])
+        finally:
+            jvm.remove(), collector.remove(), home.remove()
 
 
 if __name__ == "__main__":

@@ -1,3 +1,4 @@
+import com.velora.command.heap.HeapUtil;
 import com.velora.probe.ProbeController;
 import com.velora.probe.ProbeUtils;
 import com.velora.probe.ThreadManager;
@@ -9,6 +10,8 @@ import java.util.concurrent.atomic.AtomicLong;
 /**
  * Reports requests through the agent's natives, as the servlet filter and the JDBC driver do.
  * Arguments: threads, requests per thread (0: until told to stop), statements per request.
+ * While it runs until told to "stop", "snapshot" and "dump" summarise the heap and "count" does not:
+ * each prints "looked RESULT MICROSECONDS REQUESTS-SO-FAR".
  * Prints "ready", "done REQUESTS" and, once told "report", "report TEXT" on one line each.
  */
 public class Workload {
@@ -33,7 +36,8 @@ public class Workload {
         }
         BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
         if (requests == 0) {
-            orders.readLine();
+            for (String o = orders.readLine(); o != null && !o.equals("stop"); o = orders.readLine())
+                look(o, done);
             stop = true;
         }
         serving.await();
@@ -41,6 +45,17 @@ public class Workload {
         for (String order = orders.readLine(); order != null; order = orders.readLine())
             if (order.equals("report"))
                 System.out.println("report " + ThreadManager.getNativeLossReport().replace('\n', ' '));
+    }
+
+    private static void look(String order, AtomicLong done) {
+        long start = System.nanoTime();
+        int result = switch (order) {
+            case "snapshot" -> HeapUtil.getHeapSnapShotData(new StringBuffer());
+            case "dump" -> HeapUtil.getHeapDumpData(new StringBuffer());
+            default -> 0;
+        };
+        long micros = (System.nanoTime() - start) / 1000;
+        System.out.println("looked " + result + " " + micros + " " + done.get());
     }
 
     /** Like a server's, the threads outlive their requests: what dead threads left is given up early. */
