@@ -4,7 +4,7 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 function(velora_quick_build target)
-  target_compile_options(${target} PRIVATE -U_FORTIFY_SOURCE -O0)
+  target_compile_options(${target} PRIVATE -U_FORTIFY_SOURCE -O0 -g1)
   target_link_libraries(${target} PRIVATE GTest::gtest GTest::gmock)
 endfunction()
 
