@@ -79,12 +79,12 @@ static bool writeNamed(int directory, const std::string& name, std::string_view 
 }
 
 std::string writeDumpFileIn(const char* directory, std::string_view text) {
-  const std::string path = absolute(directory);
+  std::string path = absolute(directory);
   const Descriptor opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (path.empty() || !opened) return {};
   for (int attempt = 0; attempt < kNames; ++attempt) {
     const std::string name = nextName();
-    if (writeNamed(opened.get(), name, text)) return (path == "/" ? path : path + '/') + name;
+    if (writeNamed(opened.get(), name, text)) return path.append(path == "/" ? "" : "/") += name;
     if (errno != EEXIST) break;
   }
   return {};
