@@ -40,7 +40,7 @@ void GPSTokenUtils::setUpGps(JNIEnv* env, jstring regMask) {
   {
     const LockScope next(getTokenLock);
     const LockScope covered(saveTokenLock);
-    regionId = region;
+    regionId |= region;
     gpsMask = mask.length < 32 ? allOne >> mask.length : 0;
     gpsCushion = std::max(1, cushion);
     traceMax("regionId: 0x%X", regionId);
@@ -76,7 +76,7 @@ void GPSTokenUtils::initGPSCounterFile() {
   const bool knowsOurs = kept_ || (counter && isAhead(*counter, tokenPtr[kNext]));
   if (!knowsOurs) return setWords(tokenPtr[kNext]);
   if (!counter && file.isMissing()) {
-    if (!keep(file, 0, "counterFp = NULL for writing")) return setWords(tokenPtr[kNext]);
+    if (!keep(file, 0, "counterFp = NULL for writing")) return;  // the words stay
     counter = 0;
   }
   gpsCounter = counter ? *counter : byTheClock(file);
