@@ -8,7 +8,6 @@ if(CCACHE)
 endif()
 
 set(VELORA_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
-option(VELORA_BENCH "Build the benchmarks" OFF)
 option(VELORA_FUZZ "Build the fuzzers and nothing else" OFF)
 option(VELORA_UNITS_ONLY "Leave out the jars, the demo and the real-JVM tests" OFF)
 
