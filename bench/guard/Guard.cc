@@ -1,0 +1,84 @@
+// Runs the guarded paths under callgrind, which counts the instructions between the marks that are
+// set here and writes them down under each path's name. The script `run` makes figures of that.
+#include <valgrind/callgrind.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+#include "native/Calls.h"
+
+constexpr int kTimes = 1000;
+static_assert(2 * kTimes <= kQueuedAtMost);
+
+// What does not do the work that it is counted for has no figure.
+static void require(bool holds, const std::string& what) {
+  if (holds) return;
+  std::fprintf(stderr, "guard: %s\n", what.c_str());
+  std::exit(1);
+}
+
+// One and the same loop around all paths, and around nothing.
+[[gnu::noinline]] static void repeat(int times, const std::function<void()>& once) {
+  for (int i = 0; i < times; ++i) once();
+}
+
+// All of it runs once before, so that nothing counted is done for the first time. `before` clears
+// away or provides what `once` makes or uses up. Each time handles so many units.
+static void count(const char* name, int times, int units, const std::function<void()>& before,
+                  const std::function<void()>& once) {
+  before();
+  repeat(times, once);
+  before();
+  CALLGRIND_DUMP_STATS_AT("before");  // begins anew; CALLGRIND_ZERO_STATS forgets some functions
+  repeat(times, once);
+  CALLGRIND_DUMP_STATS_AT(name);
+  std::printf("%s %d %d\n", name, times, units);
+}
+
+static void countCalls(BenchAgent& agent) {
+  for (const Call& call : kCalls) {
+    agent.enter(call.mode);
+    count(
+        call.name, kTimes, 1, [&] { agent.drain(); }, [&] { call.run(agent); });
+    require(agent.queued() == kTimes * call.events, std::string("not the events of ") + call.name);
+  }
+  agent.enter(BenchAgent::Mode::collecting);
+}
+
+static void countDrain(BenchAgent& agent) {
+  const auto refill = [&] {
+    agent.drain();
+    fillQueue(agent, kQueuedAtMost);
+  };
+  count("drained_event", 1, kQueuedAtMost, refill, [&] { agent.drain(); });
+  require(agent.queued() == 0, "a drain leaves events");
+}
+
+static void countEncode(BenchAgent& agent, const char* name, void (*pair)(BenchAgent&),
+                        Event::EventSubType side) {
+  agent.drain();
+  pair(agent);
+  auto event = agent.take();
+  if (event && event->getSubType() != side) event = agent.take();
+  require(event && event->getSubType() == side, std::string("no event for ") + name);
+  std::array<char, 4096> buffer;
+  const auto encode = [&] {
+    char* cursor = buffer.data();
+    event->addToBuffer(&cursor);
+  };
+  count(
+      name, kTimes, 1, [] {}, encode);
+}
+
+int main() {
+  BenchAgent agent;
+  count(
+      "nothing", kTimes, 1, [] {}, [] {});
+  countCalls(agent);
+  countDrain(agent);
+  countEncode(agent, "encoded_http_start", httpPair, Event::START);
+  countEncode(agent, "encoded_sql_end", sqlPair, Event::END);
+}
