@@ -4,21 +4,14 @@
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <string>
 
 #include "native/Calls.h"
+#include "native/Require.h"
 
 constexpr int kTimes = 1000;
 static_assert(2 * kTimes <= kQueuedAtMost);
-
-// What does not do the work that it is counted for has no figure.
-static void require(bool holds, const std::string& what) {
-  if (holds) return;
-  std::fprintf(stderr, "guard: %s\n", what.c_str());
-  std::exit(1);
-}
 
 // One and the same loop around all paths, and around nothing.
 [[gnu::noinline]] static void repeat(int times, const std::function<void()>& once) {

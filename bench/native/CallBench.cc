@@ -2,6 +2,7 @@
 
 #include "native/Benchmarks.h"
 #include "native/Calls.h"
+#include "native/Require.h"
 
 // The queue is drained between the batches, off the clock. The first call is another's: it may find
 // the agent's state changed, and say so with an event.
@@ -13,7 +14,7 @@ static void time(benchmark::State& state, BenchAgent& agent, const Call& call) {
   while (state.KeepRunningBatch(kBatch)) {
     for (int i = 0; i < kBatch; ++i) call.run(agent);
     state.PauseTiming();
-    if (agent.queued() != kBatch * call.events) state.SkipWithError("not the events of this call");
+    require(agent.queued() == kBatch * call.events, std::string("not the events of ") + call.name);
     agent.drain();
     state.ResumeTiming();
   }

@@ -3,6 +3,7 @@
 
 #include "native/Benchmarks.h"
 #include "native/Calls.h"
+#include "native/Require.h"
 
 static std::vector<std::unique_ptr<Event>> takeAll(BenchAgent& agent) {
   std::vector<std::unique_ptr<Event>> events;
@@ -16,6 +17,7 @@ static void append(benchmark::State& state, BenchAgent& agent) {
     agent.drain();
     fillQueue(agent, kQueuedAtMost);
     auto events = takeAll(agent);
+    require(events.size() == kQueuedAtMost, "the queue holds other events than were appended");
     state.ResumeTiming();
     for (auto& event : events) agent.thread().appendEvent(event.release());
   }
@@ -30,6 +32,7 @@ static void drain(benchmark::State& state, BenchAgent& agent) {
     fillQueue(agent, kQueuedAtMost);
     state.ResumeTiming();
     bytes += agent.drain();
+    require(agent.queued() == 0, "a drain leaves events");
   }
   state.SetItemsProcessed(state.iterations());
   state.SetBytesProcessed(bytes);

@@ -3,6 +3,7 @@
 
 #include "delivery/ThreadMgr.h"
 #include "native/Benchmarks.h"
+#include "native/Require.h"
 
 constexpr std::uintptr_t kThreads = 200;
 
@@ -17,6 +18,8 @@ template <std::size_t Environments>
 static void lookUp(benchmark::State& state, const std::array<JNIEnv*, Environments>& turns) {
   static const bool added = (addThreads(), true);
   benchmark::DoNotOptimize(added);
+  for (JNIEnv* env : turns)
+    require(ThreadMgr::getInstance()->getThreadData(env) != nullptr, "a thread has no record");
   std::size_t turn = 0;
   for (auto _ : state)
     benchmark::DoNotOptimize(ThreadMgr::getInstance()->getThreadData(turns[++turn % Environments]));
