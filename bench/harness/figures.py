@@ -9,7 +9,7 @@ median = statistics.median
 def quartiles(values):
     if len(values) < 2:
         return values[0], values[0]
-    low, _, high = statistics.quantiles(values, n=4)
+    low, _, high = statistics.quantiles(values, n=4, method="inclusive")
     return low, high
 
 
@@ -24,3 +24,16 @@ def interval(values, of=statistics.median, draws=2000, confidence=0.95):
     found = sorted(of(chance.choices(values, k=len(values))) for _ in range(draws))
     rest = (1 - confidence) / 2
     return found[int(rest * draws)], found[int((1 - rest) * draws) - 1]
+
+
+def nested_interval(sessions, draws=2000, confidence=0.95):
+    """The mean of the sessions' medians, and its bootstrap interval: sessions are drawn first, as
+    their rounds have a process in common, then rounds within each."""
+    def of(chosen):
+        return statistics.fmean(statistics.median(rounds) for rounds in chosen)
+    chance = random.Random(1)
+    found = sorted(
+        of([chance.choices(rounds, k=len(rounds))
+            for rounds in chance.choices(sessions, k=len(sessions))]) for _ in range(draws))
+    rest = (1 - confidence) / 2
+    return of(sessions), found[int(rest * draws)], found[int((1 - rest) * draws) - 1]

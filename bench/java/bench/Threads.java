@@ -14,6 +14,14 @@ final class Threads {
     }
   }
 
+  static void pause() {
+    try {
+      Thread.sleep(1);
+    } catch (InterruptedException e) {
+      throw new IllegalStateException(e);
+    }
+  }
+
   static void join(Thread thread) {
     try {
       thread.join();

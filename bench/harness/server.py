@@ -1,0 +1,132 @@
+"""The shop under load, without the agent and with it."""
+
+import collections
+import contextlib
+import dataclasses
+import random
+import subprocess
+
+from harness import figures, shop
+from harness.process import BUILD, Failed, Sink, java
+from harness.table import Row
+
+WAYS = [shop.NONE, shop.LEVEL_1, shop.LEVEL_2]
+MOST_LOSS_OF_THROUGHPUT = {shop.LEVEL_1: 3, shop.LEVEL_2: 5}  # percent
+MOST_P99 = 5
+SHARE_OF_MAXIMUM = 0.4  # the fixed rate, of what the server can do without the agent
+CONNECTIONS = 8
+
+
+@dataclasses.dataclass(frozen=True)
+class Plan:
+    sessions: int = 5  # fresh servers each, so that the chance of one process's layout counts once
+    rounds: int = 6
+    seconds: float = 4
+    warm_up: float = 15
+
+
+QUICK = Plan(sessions=1, rounds=2, seconds=1, warm_up=4)
+
+
+@dataclasses.dataclass
+class Answer:
+    rate: float
+    p50: float
+    p99: float
+    cpu: float  # microseconds of the server's processor time for a request
+
+
+class Client:
+    def __init__(self):
+        self.process = subprocess.Popen(
+            [java(), "-Xms256m", "-Xmx256m", "-cp", BUILD / "bench" / "bench.jar", "bench.Load"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def load(self, server, seconds, rate=0):
+        before = server.cpu_seconds()
+        self.process.stdin.write(f"{server.port} {CONNECTIONS} {seconds} {rate}\n")
+        self.process.stdin.flush()
+        done, wrong, p50, p99 = self.process.stdout.readline().split()
+        if wrong != "0" or float(done) == 0:
+            raise Failed(f"{wrong} requests failed ({server.way.name})")
+        cpu = (server.cpu_seconds() - before) / (float(done) * seconds) * 1e6
+        return Answer(float(done), float(p50), float(p99), cpu)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.process.wait()
+        self.process.stdout.close()
+
+
+def measure(plan, say):
+    """Answers by load, way, session and round: of the highest and of the fixed rate."""
+    highest = collections.defaultdict(list)
+    fixed = collections.defaultdict(list)
+    rate = None
+    with Sink() as sink, Client() as client:
+        for session in range(plan.sessions):
+            with contextlib.ExitStack() as servers:
+                started = {way: servers.enter_context(shop.running(way, sink.port))
+                           for way in random.sample(WAYS, len(WAYS))}
+                for server in started.values():
+                    client.load(server, plan.warm_up)
+                rate = rate or calibrated(client, started[shop.NONE], plan.seconds)
+                found = alternate(plan, client, started, rate)
+            check_losses(started)
+            for way in WAYS:
+                highest[way].append(found[way, 0])
+                fixed[way].append(found[way, rate])
+            say(f"session {session + 1} of {plan.sessions}")
+    return highest, fixed, rate
+
+
+def calibrated(client, server, seconds):
+    return round(SHARE_OF_MAXIMUM * client.load(server, seconds).rate)
+
+
+def alternate(plan, client, started, rate):
+    found = collections.defaultdict(list)
+    for _ in range(plan.rounds):
+        for load in (0, rate):
+            for way in random.sample(WAYS, len(WAYS)):
+                found[way, load].append(client.load(started[way], plan.seconds, load))
+    return found
+
+
+def check_losses(servers):
+    for way, server in servers.items():
+        if lost := server.losses():
+            raise Failed(f"the agent lost events ({way.name}): {lost}")
+
+
+def more(answers, way, of):
+    """Percent more than without the agent, by session and round."""
+    return [[(of(a) / of(b) - 1) * 100 for a, b in zip(ours, theirs)]
+            for ours, theirs in zip(answers[way], answers[shop.NONE])]
+
+
+def row(what, sessions, **more_of_row):
+    middle, low, high = figures.nested_interval(sessions)
+    return Row(what, middle, low, high, unit="%", **more_of_row)
+
+
+def rows(highest, fixed, rate):
+    for way in WAYS[1:]:
+        less = [[-value for value in session] for session in more(highest, way, lambda a: a.rate)]
+        yield row(f"{way.name}: throughput, less", less, target=MOST_LOSS_OF_THROUGHPUT[way])
+        yield row(f"{way.name}: p99 at a fixed rate, more", more(fixed, way, lambda a: a.p99),
+                  target=MOST_P99, note=f"{rate} requests/s")
+        yield row(f"{way.name}: p50 at a fixed rate, more", more(fixed, way, lambda a: a.p50))
+        yield row(f"{way.name}: server's CPU for a request, more",
+                  more(fixed, way, lambda a: a.cpu))
+    for way in WAYS:
+        each = [answer for session in highest[way] for answer in session]
+        yield Row.of(f"{way.name}: requests a second at most", [a.rate for a in each],
+                     unit="/s")
+        each = [answer for session in fixed[way] for answer in session]
+        for what, of in (("p50", lambda a: a.p50), ("p99", lambda a: a.p99),
+                         ("server's CPU", lambda a: a.cpu)):
+            yield Row.of(f"{way.name}: {what}", [of(a) for a in each], unit="us")
