@@ -88,6 +88,7 @@ void replayClasses(JNIEnv* env) {
   jint count = 0;
   JvmtiPtr<jclass> classes;
   if (jvm.jvmti->GetLoadedClasses(&count, classes.out()) != JVMTI_ERROR_NONE) return;
+  expectLocals(env, count);
   for (jint i = 0; i < count; ++i) {
     const Local klass(env, classes[i]);
     if (isPrepared(klass.get())) announceLoad(env, klass.get());

@@ -14,6 +14,7 @@ LoadedClasses::LoadedClasses(JNIEnv* env) : env_(env) {
   jint count = 0;
   JvmtiPtr<jclass> classes;
   if (jvm.jvmti->GetLoadedClasses(&count, classes.out()) != JVMTI_ERROR_NONE) return;
+  expectLocals(env, count);
   all_.reserve(static_cast<std::size_t>(count));
   for (jint i = 0; i < count; ++i) {
     const jlong tag = tagOf(idOf(env, classes[i], ObjectKind::klass));

@@ -186,8 +186,7 @@ std::string javacoreText(JNIEnv* env) {
   if (jvm.jvmti->GetAllStackTraces(kUsualDepth, stacks.out(), &count) != JVMTI_ERROR_NONE)
     return {};
   const std::span all(stacks.get(), static_cast<std::size_t>(count));
-  constexpr jint kSpareRefs = 64;  // beside one for each thread
-  env->EnsureLocalCapacity(count + kSpareRefs);
+  expectLocals(env, count);
   JavacoreWriter writer(env);
   writer.heading(count);
   const auto known = whoTheyAre(env, all);

@@ -73,6 +73,13 @@ class Local {
   T ref_;
 };
 
+// Announces local references that JVMTI handed out in bulk and those that work on each makes:
+// -Xcheck:jni complains of more than were announced.
+inline void expectLocals(JNIEnv* env, jint count) {
+  constexpr jint kWorking = 64;
+  env->EnsureLocalCapacity(count + kWorking);
+}
+
 // Describes and clears a Java exception that code within its scope left pending; one that was
 // pending before belongs to somebody else and stays.
 class ExceptionFence {
