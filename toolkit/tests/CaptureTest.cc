@@ -77,7 +77,7 @@ TEST(CaptureGate, FirstFailureThenOneAMinuteThenNone) {
   const std::pair<std::int64_t, int> cases[] = {{5, 1},      {6, 0},      {60'004, 0},
                                                 {60'005, 2}, {60'006, 0}, {500'000, 3}};
   for (const auto& [now, number] : cases) EXPECT_EQ(gate.admit(now), number) << now;
-  int last = 3;
-  for (int i = 1; i < 20; ++i) last = std::max(last, gate.admit(500'000 + i * 60'000));
-  EXPECT_EQ(last, CaptureGate::kMaxCaptures);
+  int latest = 3;
+  for (int i = 1; i < 20; ++i) latest = std::max(latest, gate.admit(500'000 + i * 60'000));
+  EXPECT_EQ(latest, CaptureGate::kMaxCaptures);
 }

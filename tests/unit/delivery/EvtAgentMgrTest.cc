@@ -14,7 +14,7 @@ class Pool : public Delivery {
   }
   // Runs agent 0 for some cycles on this thread; `each` is called in the pause of each.
   void lead(int cycles, std::function<void(int)> each = {}) {
-    onPause = [=, this, n = std::make_shared<int>(0)](long) {
+    onPause = [=, n = std::make_shared<int>(0)](long) {
       if (each) each(*n);
       if (++*n >= cycles) agents()->stopEvtAgent(0);
     };
@@ -97,7 +97,7 @@ TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
         theJvm().throwNew(call.env, "java/lang/IllegalStateException", "described and cleared");
         return {};
       });
-  lead(2, [this](int cycle) {
+  lead(2, [](int cycle) {
     if (cycle == 0) agents()->notifySocketStatus();
   });
   EXPECT_EQ(asked, 1);
