@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -17,7 +16,7 @@
 #include "jvm/ras.h"
 
 JVMPI_Interface* jvmpi;
-JVMMI_Interface* jvmmi;
+static JVMMI_Interface* jvmmi;
 static RAS_Interface* ras;
 static JavaVM* vm;
 
@@ -38,25 +37,16 @@ static std::vector<ThreadRow>& threadRows() {
   return rows;
 }
 
-// Classes whose loading was shown without a request.
-static std::set<std::string>& shownClasses() {
-  static auto& names = *new std::set<std::string>;
-  return names;
-}
-
 // The class-load record last seen on this thread.
 struct ClassRow {
   std::string name, text;
   jobjectID id = nullptr;
   std::vector<std::pair<jmethodID, std::string>> methods;
-  ClassShape shape;
 };
 static ClassRow& lastClass() {
   static thread_local ClassRow* row = new ClassRow;
   return *row;
 }
-
-ClassShape lastShape() { return lastClass().shape; }
 
 static bool mode(const char* word) {
   const char* text = getenv("PROBE_MODE");
@@ -78,15 +68,8 @@ static void onClassLoad(const JVMPI_Event& e) {
   const auto& load = e.u.class_load;
   ClassRow& row = lastClass();
   row = {};
-  row.name = row.shape.name = load.class_name;
+  row.name = load.class_name;
   row.id = load.class_id;
-  row.shape.interfaces = load.num_interfaces;
-  for (jint i = 0; i < load.num_static_fields; ++i)
-    row.shape.statics += load.statics[i].field_signature[0];
-  if (e.event_type == JVMPI_EVENT_CLASS_LOAD) {
-    const std::lock_guard guard(recordsLock);
-    shownClasses().insert(row.name);
-  }
   row.text = row.name + " source=" + (load.source_name ? load.source_name : "-") +
              " interfaces=" + std::to_string(load.num_interfaces) + " statics=";
   for (jint i = 0; i < load.num_static_fields; ++i)
@@ -140,9 +123,6 @@ static void onEvent(JVMPI_Event* e) {
       break;
     case JVMPI_EVENT_CLASS_LOAD:
       onClassLoad(*e);
-      break;
-    case JVMPI_EVENT_HEAP_DUMP:
-      onHeapDump(*e, [] { return counts[JVMPI_EVENT_CLASS_LOAD].load(); });
       break;
     case JVMPI_EVENT_GC_START:
     case JVMPI_EVENT_GC_FINISH: {
@@ -219,13 +199,6 @@ static jobjectID asId(jlong id) { return reinterpret_cast<jobjectID>(id); }
 extern "C" {
 JNIEXPORT jlong JNICALL Java_Probe_env(JNIEnv* env, jclass) { return (jlong)env; }
 JNIEXPORT jint JNICALL Java_Probe_count(JNIEnv*, jclass, jint type) { return counts[type]; }
-JNIEXPORT jboolean JNICALL Java_Probe_shown(JNIEnv* env, jclass, jstring name) {
-  const char* wanted = env->GetStringUTFChars(name, nullptr);
-  const std::lock_guard guard(recordsLock);
-  const bool shown = shownClasses().contains(wanted);
-  env->ReleaseStringUTFChars(name, wanted);
-  return shown;
-}
 JNIEXPORT jint JNICALL Java_Probe_jvmmiCount(JNIEnv*, jclass, jint type) {
   return jvmmiCounts[type];
 }

@@ -23,6 +23,43 @@ class Encoder : public testing::Test {
   }
 };
 
+// What the protocol's page shows of the kinds that no native reports; tests/real/natives has the
+// rest.
+TEST_F(Encoder, KindsBehindTheNativesAsThePageSays) {
+  AgentState::setProbeLevel(2);
+  auto documented = documentedRecords();
+  const auto check = [&](const char* record, Event& e) {
+    const bool begins = e.getSubType() == Event::START;
+    e.env_ = reinterpret_cast<JNIEnv*>(0x5555'7A4B2C10);  // only its low half may appear
+    e.timeSec_ = 1764029088;
+    e.timeUSec_ = begins ? 250000 : 262500;
+    e.cpuTime_ = begins ? 5000000 : 7000000;
+    EXPECT_EQ(hex(encoded(e)), hex(documented.at(record))) << record;
+  };
+  const auto request = [&]<class E>(const char* start, const char* end, E e, const char* name,
+                                    const char* url) {
+    E last(Event::END);
+    e.request_name = text(name), e.application_name = text("shop"), e.url = text(url);
+    e.servletDepth = last.servletDepth = 1;
+    check(start, e);
+    check(end, last);
+  };
+  request("DOVERBFOR_REQUEST_START", "DOVERBFOR_REQUEST_END", DoVerbForEvent(Event::START), "verb",
+          "/verb");
+  request("POLLFOREVENTS_REQUEST_START", "POLLFOREVENTS_REQUEST_END", PollForEvent(Event::START),
+          "poll", "/poll");
+  GCEvent start(Event::START), end(Event::END);
+  end.used_objects = 1200;
+  end.used_object_space = 3145728;
+  end.total_object_space = 16777216;
+  check("GC_START", start);
+  check("GC_END", end);
+  DroppedEvent dropped(Event::NOSTYPE);
+  dropped.dropRecEndCnt = 1, dropped.dropMethStartCnt = 2, dropped.dropMethEndCnt = 3;
+  dropped.dropSQLStartCnt = 4, dropped.dropSQLEndCnt = 5;
+  check("DROPPED", dropped);
+}
+
 TEST_F(Encoder, TextsAndTheirLengths) {
   using Write = std::function<void(char**)>;
   const std::string over(70'000, 'x');

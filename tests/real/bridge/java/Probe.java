@@ -3,7 +3,6 @@ final class Probe {
   static native long env();
   static native long envNamed(String threadName);
   static native int count(int jvmpiEvent);
-  static native boolean shown(String className);
   static native int jvmmiCount(int jvmmiEvent);
   static native int status(long env);
   static native String trace(long env, int depth);
@@ -23,8 +22,6 @@ final class Probe {
   static native int threadDump();
 
   static native int notOffered();
-  static native String dump(String className);
-  static native String enumerate(String type);
   static native void runGc();
   static native boolean heapFiguresWrong();
   static native String testMonitors();
