@@ -102,21 +102,22 @@ class Shop:
         return (int(ticks[11]) + int(ticks[12])) / os.sysconf("SC_CLK_TCK")
 
     def stop(self):
+        """Does nothing the second time."""
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
             self.process.wait(60)
         self.reader.join()
-        self.process.stdout.close()
 
     def losses(self):
         """What the agent lost by its own account, what the end of the server cut off excepted.
-        Complete once the server has stopped."""
-        found = {}
-        for file in (self.home / "logs").glob("*.counters"):
-            found.update((name, int(n)) for name, n in
-                         re.findall(r"lost\.(\w+)\s*[:=]\s*(\d+)", file.read_text()) if int(n))
-        found.pop("shutdown", None)
-        return found
+        Only once the server has stopped."""
+        if not self.way.agent:
+            return {}
+        counters = list((self.home / "logs").glob("*.counters"))
+        if not counters:
+            raise Failed(f"the agent left no counters ({self.way.name})")
+        found = dict(re.findall(r"^lost\.(\w+)=(\d+)$", counters[0].read_text(), re.M))
+        return {cause: int(n) for cause, n in found.items() if int(n) and cause != "shutdown"}
 
 
 @contextlib.contextmanager
