@@ -9,7 +9,7 @@ endif()
 
 set(VELORA_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 option(VELORA_FUZZ "Build the fuzzers and nothing else" OFF)
-option(VELORA_UNITS_ONLY "Leave out the jars, the demo and the real-JVM tests" OFF)
+option(VELORA_UNITS_ONLY "Leave out the bridge, the jars, the demo and the real-JVM tests" OFF)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wno-missing-field-initializers
                     $<$<COMPILE_LANGUAGE:CXX>:-Wno-variadic-macros> -Werror

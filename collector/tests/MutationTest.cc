@@ -78,7 +78,7 @@ TEST_P(Mutations, LoseNoByteOfSightAndReachTheNextGoodPacket) {
   Mutator mutator(GetParam());
   const ByteString good =
       exampleOf("INIT") + packet({exampleOf("GC_START"), exampleOf("PSSTATUS")});
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < 3'000; ++i) {
     ByteString stream = mutator.someRecords();
     for (std::size_t faults = 1 + mutator.below(3); faults-- > 0;) mutator.damage(stream);
     if (stream.empty()) continue;
@@ -96,7 +96,7 @@ TEST_P(Mutations, LoseNoByteOfSightAndReachTheNextGoodPacket) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, Mutations, testing::Range(1U, 11U));
+INSTANTIATE_TEST_SUITE_P(Seeds, Mutations, testing::Range(1U, 5U));
 
 // A sender that never stops announcing records which never end.
 TEST(HostileStream, IsHeldWithinBounds) {
