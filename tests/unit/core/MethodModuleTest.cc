@@ -115,47 +115,6 @@ TEST_F(MethodModule, ClassIsAnnouncedItsMethodsRunItIsUnloaded) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(MethodModule, IncompleteAnnouncementsAreNone) {
-  const jstring name = jvm.string("a.B");
-  const jintArray ids = ints({1, 2, 3});
-  const jobjectArray three = texts({"a", "b", "c"}), two = texts({"a", "b"});
-  const struct {
-    jstring name;
-    jintArray ids;
-    jobjectArray names, signatures;
-  } cases[] = {
-      {name, ids, three, two},      {name, ids, two, three},       {name, ints({}), three, three},
-      {nullptr, ids, three, three}, {name, nullptr, three, three}, {name, ids, nullptr, three},
-      {name, ids, three, nullptr},
-  };
-  for (const auto& c : cases) {
-    Java_com_velora_command_MethodLevelModule_initializeClass(env, nullptr, c.name, c.ids, c.names,
-                                                              c.signatures);
-    EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative(
-        env, nullptr, 1, c.name, c.ids, c.names, c.signatures));
-  }
-  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(env, nullptr, 1,
-                                                                                   nullptr, ids));
-  EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(env, nullptr, 1,
-                                                                                   name, nullptr));
-  announce("a.TooMany", std::vector<jint>(65'536), Texts(65'536, "m"), Texts(65'536, "()V"));
-  EXPECT_THAT(events(), IsEmpty());
-  EXPECT_EQ(classes(), 1);
-}
-
-TEST_F(MethodModule, ClassesThatTheJavaSideKeepsAccountOf) {
-  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassEventNative(
-      env, nullptr, 77, jvm.string("a/B"), ints({1, 2}), texts({"m", "n"}),
-      texts({"()V", nullptr})));
-  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 0, 1));
-  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 1, 1));
-  EXPECT_TRUE(Java_com_velora_probe_l3trace_BcmRuntime_sendClassUnloadEventNative(
-      env, nullptr, -2, jvm.string("a/B"), ints({1, 2})));
-  EXPECT_THAT(events(), ElementsAre("load 77 a/B 1:m()V 2:n ", "entry 1", "exit 1",
-                                    "unload 4294967294 -2 1 2"));
-  EXPECT_EQ(classes(), 1) << "none of them is registered";
-}
-
 // Queued records are read long after their class was unloaded, its entry cleaned up, and its name
 // announced again.
 TEST_F(MethodModule, QueuedRecordsOutliveTheirClass) {

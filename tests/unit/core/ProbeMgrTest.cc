@@ -58,25 +58,6 @@ TEST(ProbeMgr, Levels) {
   AgentState::resetForTest();
 }
 
-TEST(ProbeMgr, MethodTraceFollowsLevel3) {
-  const Home home;
-  Recorder log;
-  const auto changes = [&](int from, int to) {
-    AgentState::setProbeLevel(from);
-    log.clear();
-    ProbeMgr::setProbeLevel(to);
-    return log.traced("L3 is handled in Java now ...");
-  };
-  settings(home);
-  EXPECT_TRUE(changes(1, 3));
-  EXPECT_TRUE(changes(3, 2));
-  EXPECT_FALSE(changes(1, 2));
-  settings(home, "internal.disableL3=yes\n");
-  EXPECT_FALSE(changes(2, 3));
-  EXPECT_TRUE(log.traced("L3 disabled, not enabling/disabling method events"));
-  AgentState::resetForTest();
-}
-
 TEST(ProbeMgr, TracingModes) {
   const std::tuple<const char*, int, const char*, bool, const char*> cases[] = {
       {"", 2, "1018 new 1001 2", false, "Using AppList"},

@@ -83,23 +83,6 @@ TEST(JavacoreText, Headers) {
   }
 }
 
-// Whatever is cut off, what is read is a beginning of the whole stack, its last line perhaps short.
-TEST(JavacoreText, EveryTruncation) {
-  const std::string whole =
-      "\"o\" (TID:0x0, sys_thread_t:0x1, s)\n    at x.Y.z(Y.java:1)\n\n" HEADER
-      "    at a.B.f(B.java:1)\n    - locked <0x1> (a a.B)\n    at c.D.g(D.java:2)\n\n";
-  std::string longest;
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    const std::string frames = stackOf(0x2A, whole.substr(0, length));
-    SCOPED_TRACE(frames);
-    EXPECT_EQ(frames.find("x.Y"), frames.npos);
-    const bool firstWhole = length >= whole.find("(B.java");
-    EXPECT_EQ(frames.starts_with("a.B|f "), firstWhole);
-    longest = frames;
-  }
-  EXPECT_EQ(longest, "a.B|f c.D|g .");
-}
-
 TEST(JavacoreText, NewestLocation) {
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"the second of two", "dump : /a/one.txt\ndump : /a/two.txt\n", "/a/two.txt"},

@@ -224,22 +224,6 @@ TEST_F(InstrumentationConfig, WhichFile) {
   EXPECT_EQ(configProblem(), home_.path("missing") + " cannot be read");
 }
 
-// Whatever a file breaks off in, the record is whole and can be freed and filled again.
-TEST_F(InstrumentationConfig, EveryTruncation) {
-  const std::string good = "# hook\n" + std::string(kPrefix) + "classLoader=" + kMethod + "\r\n" +
-                           kPrefix + "include:com.\\u00e9.\n" + kPrefix + "delegateTo @a.B\n";
-  int taken = 0;
-  for (std::size_t length = 0; length <= good.size(); ++length) {
-    if (!read(good.substr(0, length))) continue;
-    ++taken;
-    EXPECT_GE(config.classLoaderMethodCount, 3);
-    EXPECT_FALSE(lastFilter().empty());
-  }
-  EXPECT_GT(taken, 100) << "most of its beginnings are files too";
-  EXPECT_EQ(lastFilter(), "+com/\xC3\xA9/");
-  EXPECT_EQ(config.delegateTo, 3);
-}
-
 TEST_F(InstrumentationConfig, FreedMeansNothingIsLeft) {
   ASSERT_TRUE(with(std::string("proxy=") + kMethod));
   freeConfig();

@@ -41,14 +41,3 @@ TEST(RewrittenClass, ExceptionsWithoutANameAreTakenOut) {
     EXPECT_THAT(without(before), ElementsAreArray(cls.make()));
   }
 }
-
-TEST(RewrittenClass, NoPrefixIsTouched) {
-  LoaderClass cls;
-  cls.methods = "0001 0001 0005 0006 0001 000A 00000004 0001 0000";
-  const auto whole = cls.make();
-  const std::size_t methodsEnd = whole.size() - bytes(LoaderClass::attributes()).size();
-  for (std::size_t length = 0; length < methodsEnd; ++length) {
-    const std::vector<BYTE> cut(whole.begin(), whole.begin() + static_cast<long>(length));
-    EXPECT_THAT(without(cut), ElementsAreArray(cut)) << length;
-  }
-}
