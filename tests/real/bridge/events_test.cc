@@ -40,3 +40,4 @@ INSTANTIATE_TEST_SUITE_P(Jdk, Events,
 TEST_P(Events, Threads) { expectPass({"Threads"}); }
 TEST_P(Events, Classes) { expectPass({"Classes"}); }
 TEST_P(Events, GcStress) { expectPass({"GcStress", "40"}); }
+TEST_P(Events, Monitoring) { expectPass({"Monitoring"}); }
