@@ -118,10 +118,10 @@ class Jvm:
     """A JVM with the agent in it, running one of the programs beside this file."""
 
     def __init__(self, main, *args, home=None, port=None, agent=True, options=(), env=None,
-                 agent_options="", jdk=None, user=None):
+                 agent_options="", jdk=None, user=None, library=DIST / "lib" / "libvelora.so"):
         command = [(jdk or JDK) / "bin" / "java", "-Xmx256m"]
         if agent:
-            command.append(f"-agentpath:{DIST}/lib/libvelora.so"
+            command.append(f"-agentpath:{library}"
                            + (f"={agent_options}" if agent_options else ""))
         if home:
             command.append(f"-Dam.home={home}")

@@ -1,0 +1,4 @@
+package com.norvik.av.bootstrap;
+
+/** Stands for another server's start-up class. */
+public class AVLauncher {}
