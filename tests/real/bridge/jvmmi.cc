@@ -1,13 +1,9 @@
 // A client of the monitoring interface: two callbacks that write down what they are told and where.
-#include "jvm/jvmmi.h"
-
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "probe.h"
-
-extern JVMMI_Interface* jvmmi;
 
 struct Seen {
   jint event;

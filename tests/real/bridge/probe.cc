@@ -16,7 +16,7 @@
 #include "jvm/ras.h"
 
 JVMPI_Interface* jvmpi;
-static JVMMI_Interface* jvmmi;
+JVMMI_Interface* jvmmi;
 static RAS_Interface* ras;
 static JavaVM* vm;
 

@@ -73,19 +73,3 @@ TEST_F(ServerStart, OnlyForTheStartUpClasses) {
   EXPECT_EQ(directories, "/srv/ext");
   EXPECT_EQ(hooks, 0);
 }
-
-// Most servers have no such hook: not worth a stack trace on their standard error.
-TEST_F(ServerStart, WithoutTheHookItEndsSilently) {
-  load("weblogic/Server");
-  EXPECT_EQ(directories, "/opt/v/lib/monitored/app1/:/opt/v/lib/ext::/srv/ext");
-  EXPECT_EQ(hooks, 0);
-  EXPECT_EQ(jvm.attach().described, 0);
-}
-
-TEST_F(ServerStart, WithoutThePropertyNothingHappens) {
-  offerHook();
-  directories.clear();
-  load("weblogic/Server");
-  EXPECT_EQ(directories, "");
-  EXPECT_EQ(hooks, 0);
-}
