@@ -28,7 +28,7 @@ static const std::string& nameOf(const KlgObject* object) {
 // Puts each tagged argument in the place of the next conversion.
 static FakeToolkit::Line formatted(const char* format, va_list args) {
   FakeToolkit::Line line{};
-  line.text = format;
+  line.text = line.format = format;
   std::size_t at = 0;
   while (const int tag = va_arg(args, int)) {
     line.tags.push_back(tag);
@@ -41,8 +41,9 @@ static FakeToolkit::Line formatted(const char* format, va_list args) {
       value = std::to_string(va_arg(args, double));
     else
       value = std::to_string(va_arg(args, int));
-    at = line.text.find('%', at);
-    if (at == std::string::npos) break;
+    line.arguments += ' ' + value;
+    at = std::min(line.text.find('%', at), line.text.size());
+    if (at == line.text.size()) continue;
     const auto end = line.text.find_first_of("sdiuxXcgf", at);
     line.text.replace(at, end - at + 1, value);
     at += value.size();
@@ -197,6 +198,11 @@ void FakeToolkit::setTraceLevel(int level) {
 std::vector<FakeToolkit::Line> FakeToolkit::lines() {
   const std::lock_guard locked(linesMutex);
   return std::exchange(kept, {});
+}
+
+std::vector<FakeToolkit::Line> FakeToolkit::all() const {
+  const std::lock_guard locked(linesMutex);
+  return kept;
 }
 
 std::vector<std::string> FakeToolkit::texts() {

@@ -12,10 +12,11 @@
 class FakeToolkit {
  public:
   struct Line {
-    std::string call;            // "Info", "Error", "DebugMid", "Text", ...
-    int number;                  // of an operator message
-    std::string file, function;  // of a trace
-    std::string text;            // the format with its arguments put in
+    std::string call;               // "Info", "Error", "DebugMid", "Text", ...
+    int number;                     // of an operator message
+    std::string file, function;     // of a trace
+    std::string text;               // the format with its arguments put in
+    std::string format, arguments;  // as they were given, a blank before each argument
     std::vector<int> tags;
   };
   FakeToolkit();
@@ -23,6 +24,7 @@ class FakeToolkit {
 
   void setTraceLevel(int level);  // KLG_LEVEL_OFF at first
   std::vector<Line> lines();      // since the last time
+  std::vector<Line> all() const;  // the same, and they stay
   std::vector<std::string> texts();
   int count(int number);               // of this message in all lines so far
   bool said(const std::string& part);  // by a line since the last time

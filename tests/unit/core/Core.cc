@@ -4,83 +4,23 @@
 #include <cstdlib>
 #include <sstream>
 
-static std::mutex recording;
-static std::vector<std::string> recordedMessages;
-static std::vector<std::string> recordedTraces;
-
-static std::string withArguments(std::string text, va_list args) {
-  for (int tag = va_arg(args, int); tag != 0; tag = va_arg(args, int)) {
-    text += ' ';
-    switch (tag) {
-      case KLG_INT:
-        text += std::to_string(va_arg(args, int));
-        break;
-      case KLG_LONG:
-        text += std::to_string(va_arg(args, long long));
-        break;
-      case KLG_DOUBLE:
-        text += std::to_string(va_arg(args, double));
-        break;
-      case KLG_STRING:
-        text += va_arg(args, const char*);
-        break;
-      default:
-        ADD_FAILURE() << "unknown type tag " << tag;
-    }
-  }
-  return text;
+std::vector<std::string> Recorder::messages() const {
+  std::vector<std::string> messages;
+  for (const auto& line : toolkit_.all())
+    if (line.file.empty()) messages.push_back(std::to_string(line.number) + line.arguments);
+  return messages;
 }
-
-static void message(KlgObject*, const char*, int, int number, const char* text, ...) noexcept {
-  va_list args;
-  va_start(args, text);
-  const std::lock_guard locked(recording);
-  recordedMessages.push_back(withArguments(std::to_string(number), args));
-  va_end(args);
+std::vector<std::string> Recorder::traces() const {
+  std::vector<std::string> traces;
+  for (const auto& line : toolkit_.all())
+    if (line.call == "DebugMin") traces.push_back(line.format + line.arguments);
+  return traces;
 }
-
-static void trace(KlgObject*, const char*, const char*, int, const char* text, ...) noexcept {
-  va_list args;
-  va_start(args, text);
-  const std::lock_guard locked(recording);
-  recordedTraces.push_back(withArguments(text, args));
-  va_end(args);
+bool Recorder::said(const std::string& text) const {
+  return std::ranges::count(messages(), text) > 0;
 }
-
-static const KlgCalls& recordingCalls() {
-  static const KlgCalls calls = [] {
-    useKlgCalls(nullptr);
-    KlgCalls made = klgCalls();
-    made.KlgLogInfo = made.KlgLogWarn = made.KlgLogError = made.KlgLogFatal = message;
-    made.KlgLogDebugMin = trace;
-    return made;
-  }();
-  return calls;
-}
-
-Recorder::Recorder() {
-  clear();
-  useKlgCalls(&recordingCalls());
-  traceLevel = kTraceMin;
-}
-Recorder::~Recorder() {
-  traceLevel = KLG_LEVEL_OFF;
-  useKlgCalls(nullptr);
-}
-std::vector<std::string> Recorder::messages() {
-  const std::lock_guard locked(recording);
-  return recordedMessages;
-}
-std::vector<std::string> Recorder::traces() {
-  const std::lock_guard locked(recording);
-  return recordedTraces;
-}
-bool Recorder::said(const std::string& text) { return std::ranges::count(messages(), text) > 0; }
-bool Recorder::traced(const std::string& text) { return std::ranges::count(traces(), text) > 0; }
-void Recorder::clear() {
-  const std::lock_guard locked(recording);
-  recordedMessages.clear();
-  recordedTraces.clear();
+bool Recorder::traced(const std::string& text) const {
+  return std::ranges::count(traces(), text) > 0;
 }
 
 Home::Home() {

@@ -2,30 +2,30 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdarg>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "base/Identity.h"
-#include "base/Toolkit.h"
 #include "base/Trace.h"
 #include "core/AgentState.h"
 #include "core/PropertyMgr.h"
+#include "fake/FakeToolkit.h"
 
 // What the agent tells its operators while this lives: "1080 2" is message 1080 with argument 2.
 // Traces at detail 3000 likewise, by their text.
 class Recorder {
  public:
-  Recorder();
-  ~Recorder();
-  std::vector<std::string> messages();
-  std::vector<std::string> traces();
-  bool said(const std::string& message);
-  bool traced(const std::string& text);
-  void clear();
+  Recorder() { toolkit_.setTraceLevel(kTraceMin); }
+  std::vector<std::string> messages() const;
+  std::vector<std::string> traces() const;
+  bool said(const std::string& message) const;
+  bool traced(const std::string& text) const;
+  void clear() { toolkit_.forget(); }
+
+ private:
+  FakeToolkit toolkit_;
 };
 
 // An agent home in a directory of its own, node "n1", server "s1", no profile.
