@@ -1,8 +1,10 @@
 #include "diagnostics/ServerStart.h"
 
+#include <exception>
 #include <optional>
 
 #include "base/JniScope.h"
+#include "base/Trace.h"
 #include "core/ServerName.h"
 
 // With no extra directories their colon stays: the value holds an empty element.
@@ -57,7 +59,7 @@ static bool extendServerDirectories(JNIEnv* env) {
          readProperty(env, system, key);
 }
 
-void prepareServerStart(JNIEnv* env) {
+void prepareServerStart(JNIEnv* env) noexcept try {
   if (!extendServerDirectories(env)) return;
   const LocalRef<jclass> loader = findClass(env, "com/velora/av5/bootstrap/CustomCLAV");
   if (!loader.get()) return;
@@ -65,4 +67,6 @@ void prepareServerStart(JNIEnv* env) {
   if (!hook) return;
   env->CallStaticVoidMethod(loader, hook);
   describeAndClear(env);
+} catch (const std::exception& e) {
+  traceMin("The extension directories of the server stay: %s", e.what());
 }

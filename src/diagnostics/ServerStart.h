@@ -10,4 +10,4 @@ std::string extensionDirectories(std::string_view oldValue);
 
 // The server's start-up class is being loaded: extends the server's extension directories and calls
 // the Java side's bootstrap hook. Ends at the first Java step that fails, with nothing pending.
-void prepareServerStart(JNIEnv* env);
+void prepareServerStart(JNIEnv* env) noexcept;
