@@ -9,10 +9,10 @@
 #include <memory>
 #include <thread>
 
-#include "base/Identity.h"
 #include "base/ProbeKlgLog.h"
 #include "base/ProbeLog.h"
 #include "base/Utils.h"
+#include "core/Core.h"
 #include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
 
@@ -21,23 +21,9 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 namespace fs = std::filesystem;
 
-// An agent home of this test's own.
-struct Home {
-  std::string path = testing::TempDir() + "/velora-home-" + std::to_string(getpid());
-  explicit Home(const char* profile = "") {
-    fs::create_directories(path + "/etc");
-    fs::create_directories(path + "/logs");
-    setIdentity(velIdentity.veloraHome, path);
-    setIdentity(velIdentity.nodeName, "node");
-    setIdentity(velIdentity.appServerName, "server");
-    setIdentity(velIdentity.profileName, profile);
-  }
-  ~Home() {
-    ProbeLog::destroy();
-    fs::remove_all(path);
-    velIdentity = Identity{};
-  }
-  void writeMessages(const char* text) const { std::ofstream(path + "/etc/LogMessages") << text; }
+// The log is closed before its home goes.
+struct LogHome : Home {
+  ~LogHome() { ProbeLog::destroy(); }
 };
 
 static std::string initialized() {
@@ -66,13 +52,14 @@ static void setLevel(int level) {
 
 TEST(ProbeLog, NamesItsFileAfterWhoAndWhen) {
   for (const char* profile : {"", "main"}) {
-    const Home home(profile);
-    home.writeMessages("");
+    const LogHome home;
+    setIdentity(velIdentity.profileName, profile);
+    home.write("etc/LogMessages", "");
     const std::string said = initialized();
     const std::string name = ProbeLog::getLogFileName().value_or("");
     EXPECT_EQ(said, "[AM]: Using log file: " + name + " \n");
-    const std::string who = *profile ? "node\\.server\\(main\\)" : "node\\.server";
-    EXPECT_THAT(name, MatchesRegex(home.path + "/logs/" + who + "\\.[0-9]{14}\\." +
+    const std::string who = *profile ? "n1\\.s1\\(main\\)" : "n1\\.s1";
+    EXPECT_THAT(name, MatchesRegex(home.root() + "/logs/" + who + "\\.[0-9]{14}\\." +
                                    std::to_string(getpid()) + "\\.datacollector\\.log"));
     EXPECT_TRUE(fs::exists(name));
   }
@@ -80,7 +67,7 @@ TEST(ProbeLog, NamesItsFileAfterWhoAndWhen) {
 }
 
 TEST(ProbeLog, WritesWhatItsLevelLetsThrough) {
-  const Home home;
+  const LogHome home;
   initialized();
   const std::pair<int, std::vector<std::string>> cases[] = {
       {-2, {"  ##ERROR: e ", "  UNKNOW: -3 "}},
@@ -111,7 +98,7 @@ TEST(ProbeLog, WritesWhatItsLevelLetsThrough) {
 }
 
 TEST(ProbeLog, RefusesOtherLevels) {
-  const Home home;
+  const LogHome home;
   initialized();
   ProbeLog::setLogLevel(3);
   EXPECT_EQ(ProbeLog::getLogLevel(), 0);
@@ -121,8 +108,8 @@ TEST(ProbeLog, RefusesOtherLevels) {
 }
 
 TEST(ProbeLog, ReadsTheMessageTexts) {
-  const Home home;
-  home.writeMessages("# comment=1\nA=first\nB=se=cond\nnothing\n");
+  const LogHome home;
+  home.write("etc/LogMessages", "# comment=1\nA=first\nB=se=cond\nnothing\n");
   initialized();
   ASSERT_EQ(ProbeLog::getNumLogMsg(), 3);
   EXPECT_EQ(ProbeLog::getLogMsg(0), "first");
@@ -133,8 +120,8 @@ TEST(ProbeLog, ReadsTheMessageTexts) {
 }
 
 TEST(ProbeLog, GoesToStandardOutputWithoutAFile) {
-  const Home home;
-  fs::remove_all(home.path + "/logs");
+  const LogHome home;
+  fs::remove_all(home.path("logs"));
   const std::string said = initialized();
   EXPECT_THAT(said, HasSubstr("Error: Fail to open LogMessages\n"));
   EXPECT_THAT(said, HasSubstr("Could not create " + *ProbeLog::getLogFileName() + "\n"));
@@ -145,7 +132,7 @@ TEST(ProbeLog, GoesToStandardOutputWithoutAFile) {
 
 // A program that the server starts must not hold our log open.
 TEST(ProbeLog, ItsDescriptorIsNotInherited) {
-  const Home home;
+  const LogHome home;
   initialized();
   const std::string name = fs::canonical(*ProbeLog::getLogFileName());
   int found = 0;
@@ -159,7 +146,7 @@ TEST(ProbeLog, ItsDescriptorIsNotInherited) {
 }
 
 TEST(ProbeLog, LinesStayWholeWhileTheFileIsReplaced) {
-  const Home home;
+  const LogHome home;
   initialized();
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
@@ -188,7 +175,7 @@ JNIEXPORT void JNICALL Java_com_velora_probe_log_ProbeLogger_setNativeProbeLoggi
 }
 
 TEST(ProbeLoggerNatives, WriteJavaTexts) {
-  const Home home;
+  const LogHome home;
   FakeJvm jvm;
   JNIEnv* env = jvm.env();
   EXPECT_EQ(Java_com_velora_probe_log_ProbeLogger_getLogFileName(env, nullptr), nullptr);
@@ -209,12 +196,12 @@ TEST(ProbeLoggerNatives, WriteJavaTexts) {
 }
 
 // The variables that the toolkit's set-up reads, as a test wants them; unset afterwards.
-struct Environment {
-  explicit Environment(std::initializer_list<std::pair<const char*, const char*>> values) {
+struct Surroundings {
+  explicit Surroundings(std::initializer_list<std::pair<const char*, const char*>> values) {
     unsetAll();
     for (const auto& [name, value] : values) setenv(name, value, 1);
   }
-  ~Environment() { unsetAll(); }
+  ~Surroundings() { unsetAll(); }
   static void unsetAll() {
     for (const char* name :
          {"NLSPATH", "QUALDIR", "KLGLOG_COMMON_DIR", "KLGLOG_FFDC_BASEDIR", "PROBE_CATALOG_NAME"})
@@ -236,12 +223,12 @@ struct KlgLog : testing::Test {
 };
 
 TEST_F(KlgLog, OpensTheToolkitAndPlacesItsFiles) {
-  const Home home;
-  const Environment environment{{"KLGLOG_COMMON_DIR", "/root"}, {"NLSPATH", "/old/%N"}};
+  const LogHome home;
+  const Surroundings surroundings{{"KLGLOG_COMMON_DIR", "/root"}, {"NLSPATH", "/old/%N"}};
   toolkit.objects["handler.file.dc.msg"]["fileName"] = "msg.log";
   toolkit.objects["handler.file.dc.trace"];
   toolkit.objects["handler.ffdc.dc"] = {{"baseDir", "ffdc"}, {"files", "/root/VEL/logs/a;/b"}};
-  EXPECT_EQ(printed(), "NLSPATH=" + home.path +
+  EXPECT_EQ(printed(), "NLSPATH=" + home.root() +
                            "/msg/%L/%N.cat:/old/%N\n"
                            "INFO: Catalog file is velprobeMessages\n"
                            "set log file to /root/VEL/logs/msg.log\n"
@@ -251,8 +238,8 @@ TEST_F(KlgLog, OpensTheToolkitAndPlacesItsFiles) {
                            "/root/VEL/logs/a;/b\n"
                            "Files to be copied are /root/VEL/logs/a;/b\n");
   EXPECT_THAT(toolkit.calls,
-              ElementsAre("KlgInitFFDCExtensions 1", "kis_set_dir " + home.path + "/codeset",
-                          "KlgOpenToolkit " + home.path + "/etc/vel-klglog.properties",
+              ElementsAre("KlgInitFFDCExtensions 1", "kis_set_dir " + home.path("codeset"),
+                          "KlgOpenToolkit " + home.path("etc/vel-klglog.properties"),
                           "KlgGetObject logger.dc.msg", "KlgGetObject logger.dc.trace",
                           "KlgGetObject handler.file.dc.msg klg_filehandler",
                           "KlgReleaseObject handler.file.dc.msg",
@@ -267,11 +254,11 @@ TEST_F(KlgLog, OpensTheToolkitAndPlacesItsFiles) {
 }
 
 TEST_F(KlgLog, PutsFilesUnderTheQualifier) {
-  const Home home;
-  const Environment environment{{"KLGLOG_COMMON_DIR", "/root"},
-                                {"QUALDIR", "q"},
-                                {"KLGLOG_FFDC_BASEDIR", "base"},
-                                {"PROBE_CATALOG_NAME", "other"}};
+  const LogHome home;
+  const Surroundings surroundings{{"KLGLOG_COMMON_DIR", "/root"},
+                                  {"QUALDIR", "q"},
+                                  {"KLGLOG_FFDC_BASEDIR", "base"},
+                                  {"PROBE_CATALOG_NAME", "other"}};
   toolkit.objects["handler.file.dc.msg"]["fileName"] = "msg.log";
   toolkit.objects["handler.ffdc.dc"] = {{"baseDir", "own"}, {"files", "/b, /root/VEL/logs/a"}};
   EXPECT_THAT(printed(), HasSubstr("INFO: Catalog file is other\n"));
@@ -281,21 +268,21 @@ TEST_F(KlgLog, PutsFilesUnderTheQualifier) {
 }
 
 TEST_F(KlgLog, SaysWhatIsMissingAndGoesOn) {
-  const Home home;
-  const Environment environment{};
+  const LogHome home;
+  const Surroundings surroundings{};
   toolkit.opens = false;
   toolkit.objects.clear();
   testing::internal::CaptureStderr();
   printed();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "ERROR: Could not open Toolkit. please check if klglog property file " + home.path +
+            "ERROR: Could not open Toolkit. please check if klglog property file " + home.root() +
                 "/etc/vel-klglog.properties exists.\n"
                 "ERROR: Could not initialize logger 'DC_LOGGER'\n"
                 "ERROR: Could not initialize tracer 'DC_TRACER'\n");
 }
 
 TEST_F(KlgLog, AListOfTooManyFilesIsCut) {
-  const Environment environment{};
+  const Surroundings surroundings{};
   std::string files;
   for (int i = 0; i < 1000; ++i) files += "f ";
   testing::internal::CaptureStdout();
