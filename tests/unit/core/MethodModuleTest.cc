@@ -64,10 +64,7 @@ class MethodModule : public Agent {
     return words;
   }
   jintArray ints(const std::vector<jint>& values) {
-    FakeObject* array =
-        jvm.newBytes({reinterpret_cast<const char*>(values.data()), values.size() * sizeof(jint)});
-    array->elementSize = sizeof(jint);
-    return static_cast<jintArray>(jvm.ref(array));
+    return static_cast<jintArray>(jvm.ref(jvm.newArray(values)));
   }
   jobjectArray texts(const Texts& values) {  // null stays null
     std::vector<FakeObject*> elements;

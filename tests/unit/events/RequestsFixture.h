@@ -40,10 +40,6 @@ class Requests : public testing::Test {
     EXPECT_EQ(jvm.heldChars(), 0);
     EXPECT_EQ(jvm.localRefs(), 0);
   }
-  void suppressNested() {
-    AgentState::setProbeLevel(1);
-    disableNestedRequests = true;
-  }
   ThreadData& thread() { return *ThreadMgr::getInstance()->getThreadData(env); }
   jstring s(std::string_view text) { return jvm.string(text); }
 
@@ -71,9 +67,3 @@ class Requests : public testing::Test {
   JNIEnv* env = nullptr;
   LossLedger::Snapshot before;
 };
-
-// As the server will see it.
-inline int depthOf(const Event& event) {
-  const auto record = written([&](char** at) { const_cast<Event&>(event).addToBuffer(at); });
-  return record.at(5);
-}

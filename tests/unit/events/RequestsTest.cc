@@ -6,15 +6,7 @@
 
 using namespace std::string_literals;
 
-TEST_F(Requests, HttpStartFinishAndError) {
-  EventUtils::beginHttpRequest(env, s("n"), s("app"), s("/u"), s("anna"));
-  const auto start = takeOne<ServletEvent>();
-  EXPECT_EQ(start->getSubType(), Event::START);
-  EXPECT_STREQ(start->request_name.get(), "n");
-  EXPECT_STREQ(start->application_name.get(), "app");
-  EXPECT_STREQ(start->url.get(), "/u");
-  EXPECT_STREQ(start->userName.get(), "anna");
-
+TEST_F(Requests, HttpFinishAndError) {
   struct Close {
     const char* why;
     bool error;
