@@ -148,7 +148,7 @@ VEL_NATIVE(void, Java_com_velora_avportal_PortalUtils_processPortalPageName)
 }
 
 static void keepMethod(JNIEnv* env, jbyte methodId, jstring methodName) {
-  const OwnedText name = methodName ? Utils::java2c_string(env, methodName) : nullptr;
+  const std::unique_ptr<char[]> name = methodName ? Utils::java2c_string(env, methodName) : nullptr;
   PortalMethodMgr::getInstance()->putMethod(methodId, name.get());
 }
 

@@ -5,12 +5,6 @@
 Gate stopGate;
 Gate managersGate;
 
-unsigned Gate::stripeOfThread() {
-  static constinit std::atomic<unsigned> next{0};
-  static thread_local const unsigned mine = next.fetch_add(1, std::memory_order_relaxed) % kStripes;
-  return mine;
-}
-
 int Gate::inside() const {
   int count = 0;
   for (const Stripe& stripe : stripes_) count += stripe.inside.load(std::memory_order_seq_cst);

@@ -3,22 +3,25 @@
 #include <array>
 #include <atomic>
 
+#include "base/ThreadIndex.h"
+
 // Lets calls in while it is open; closing it turns new ones away and waits for those inside. What
-// they use may be freed after that. Entering and leaving touch one counter of the thread's stripe.
+// they use may be freed after that. Entering and leaving touch one counter, the thread's own.
 class Gate {
  public:
   class Scope {
    public:
-    explicit Scope(Gate& gate) : counter_(gate.enter()) {}
+    explicit Scope(Gate& gate) : index_(ThreadIndex::mine()), counter_(gate.enter(index_)) {}
     ~Scope() {
-      if (counter_) counter_->fetch_sub(1, std::memory_order_release);
+      if (counter_) leave(*counter_, index_);
     }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
     explicit operator bool() const { return counter_ != nullptr; }  // false: turned away
 
    private:
-    std::atomic<int>* counter_;
+    const unsigned index_;
+    std::atomic<int>* const counter_;
   };
 
   // Returns when nobody is inside, or false when somebody still is after the given time; the gate
@@ -29,25 +32,26 @@ class Gate {
   int inside() const;
 
  private:
-  static constexpr int kStripes = 16;
   struct alignas(64) Stripe {
     std::atomic<int> inside{0};
   };
 
   // Either the closing thread sees this count, or this thread sees the gate closed: both sides
   // write one word and then read the other, in one order for all (seq_cst).
-  std::atomic<int>* enter() {
-    std::atomic<int>& counter = stripes_[stripeOfThread()].inside;
+  std::atomic<int>* enter(unsigned index) {
+    std::atomic<int>& counter = stripes_[index].inside;
     counter.fetch_add(1, std::memory_order_seq_cst);
     if (!closed_.load(std::memory_order_seq_cst)) [[likely]]
       return &counter;
-    counter.fetch_sub(1, std::memory_order_release);
+    leave(counter, index);
     return nullptr;
   }
-  static unsigned stripeOfThread();
+  static void leave(std::atomic<int>& counter, unsigned index) {
+    ThreadIndex::add(counter, -1, index, std::memory_order_release);
+  }
 
   std::atomic<bool> closed_{false};
-  std::array<Stripe, kStripes> stripes_{};
+  std::array<Stripe, ThreadIndex::kCount> stripes_{};
 };
 
 // The gate of all natives that touch thread records; the stop of the probe closes it.

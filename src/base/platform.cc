@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/times.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -50,13 +51,28 @@ long getClockTick() {
   return clktck;
 }
 
-std::uint64_t getCurrentThreadCpuTime() {
-  VEL_TRACE();
+static std::uint64_t readCpuTime() {
   const long ticksPerSecond = getClockTick();
   tms used{};
   if (times(&used) == static_cast<clock_t>(-1) || ticksPerSecond <= 0) return 0;
   const auto ticks = static_cast<std::uint64_t>(used.tms_utime + used.tms_stime);
   return ticks * 1'000'000'000u / static_cast<std::uint64_t>(ticksPerSecond);
+}
+
+// The kernel adds up every thread of the process for times(), to answer in ticks of 10 ms. So the
+// figure is read again only when the coarse clock has moved, some 4 ms, by the one thread that sees
+// it first; the others have the figure before.
+std::uint64_t getCurrentThreadCpuTime() {
+  VEL_TRACE();
+  static constinit std::atomic<std::int64_t> readAt{-1};
+  static constinit std::atomic<std::uint64_t> figure{0};
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  const std::int64_t at = now.tv_sec * 1'000'000'000L + now.tv_nsec;
+  std::int64_t before = readAt.load(std::memory_order_acquire);
+  if (before < at && readAt.compare_exchange_strong(before, at)) [[unlikely]]
+    figure.store(readCpuTime(), std::memory_order_release);
+  return figure.load(std::memory_order_acquire);
 }
 
 std::uint64_t getPageSize() {

@@ -26,7 +26,6 @@ EventAgent::EventAgent(int id)
     : VeloraBase("EventAgent"),
       thrList_(true, false),
       id_(id),
-      keepList_(false, false),
       queueLimit_(readSetting(Setting::eventQueueLimit)),
       publishFreq_(readSetting(Setting::eventPublishFrequency)),
       queueLimitOnPSDown_(queueLimit_),
@@ -256,7 +255,9 @@ void EventAgent::resendInitialData() {
                       threadIdOf(specialQueue_->getThreadId())));
   } else {
     std::uint64_t stale = 0;
-    for (; Event* evt = specialQueue_->getEvtQueue()->pop(); ++stale) release(specialQueue_, evt);
+    EventQueue::Consumer waiting(*specialQueue_->getEvtQueue());
+    for (ReleasedEvents released(*specialQueue_); Event* evt = waiting.next(); ++stale)
+      released.add(evt);
     LossLedger::lost(LossCause::reconnected, stale);
   }
   callSendAllClassEvents();

@@ -79,8 +79,9 @@ class EventAgent : public virtual VeloraBase {
   long bufferBytes() const { return eventPacketSize_ * 1024; }
   void trimOverLimit(ThreadData* thr, Packet& packet);
   void drain(ThreadData* thr, Packet& packet);
-  void keep(ThreadData* thr, Event* evt);
-  void release(ThreadData* thr, Event* evt);
+  void write(Event& evt, long bytes, Packet& packet);
+  int deleteOldest(ThreadData& thr, long most, bool count);
+  void countInHand();
   void handOn(bool taken);
   std::unique_ptr<Event> makeDropEvent(JNIEnv* env) const;
   void forget(ThreadData* thr);
@@ -90,7 +91,7 @@ class EventAgent : public virtual VeloraBase {
   std::atomic<bool> start_{false};
   std::atomic<bool> alive_{false};
   std::unique_ptr<char[]> buffer_;
-  VelList<Event*> keepList_;
+  EventChain keepList_;
   VelLock specialLock_;                 // taken before an event queue
   ThreadData* specialQueue_ = nullptr;  // changed under specialLock_ by the loop's thread alone
   JNIEnv* env_ = nullptr;

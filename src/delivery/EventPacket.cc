@@ -1,6 +1,7 @@
 // How an event agent fills a packet, and how it sheds what has no place.
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "base/Messages.h"
 #include "base/Trace.h"
@@ -100,31 +101,41 @@ void EventAgent::trimOverLimit(ThreadData* thr, Packet& packet) {
 // The event that crosses the fill limit is written in full, if it ends inside the buffer; if not,
 // it waits at the head of its queue for the next packet.
 void EventAgent::drain(ThreadData* thr, Packet& packet) {
-  VelList<Event*>* queue = thr->getEvtQueue();
+  EventQueue::Consumer waiting(*thr->getEvtQueue());
+  ReleasedEvents released(*thr);
   while (!packet.full) {
-    Event* evt = queue->pop();
+    Event* evt = waiting.next();
     if (!evt) return;
     const auto bytes = static_cast<long>(ProtocolVisitor::recordSize(*evt));
-    if (bytes > packet.mostForOne()) {
-      _logWarn(__FILE_NAME__, __LINE__,
-               LogText("Event of type %d dropped, its record of %ld bytes fits no packet",
-                       static_cast<int>(evt->getType()), bytes));
-      LossLedger::lost(LossCause::tooLarge);
-    } else if (bytes > packet.room()) {
-      keep(thr, evt);
-      queue->prependAll(&keepList_);
+    if (bytes > packet.room() && bytes <= packet.mostForOne()) [[unlikely]] {
+      waiting.putBack(evt);
       packet.full = true;
       return;
-    } else if (addEventToBuffer(evt, &packet.cursor)) {
-      ++packet.records;
-      ++eventsInHand_;
-      if (evt->getType() == Event::PORTAL_METHOD_CONSTANT) methodNamesInHand_ = true;
-    } else {
-      LossLedger::lost(LossCause::noRecord);
     }
-    release(thr, evt);
+    write(*evt, bytes, packet);
+    released.add(evt);
     packet.full = packet.cursor > packet.fillLimit;
   }
+}
+
+void EventAgent::write(Event& evt, long bytes, Packet& packet) {
+  if (bytes > packet.mostForOne()) [[unlikely]] {
+    _logWarn(__FILE_NAME__, __LINE__,
+             LogText("Event of type %d dropped, its record of %ld bytes fits no packet",
+                     static_cast<int>(evt.getType()), bytes));
+    LossLedger::lost(LossCause::tooLarge);
+  } else if (addEventToBuffer(&evt, &packet.cursor)) [[likely]] {
+    ++packet.records;
+    countInHand();
+    if (evt.getType() == Event::PORTAL_METHOD_CONSTANT) methodNamesInHand_ = true;
+  } else {
+    LossLedger::lost(LossCause::noRecord);
+  }
+}
+
+// Only the loop's thread writes it, others read.
+void EventAgent::countInHand() {
+  eventsInHand_.store(eventsInHand_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
 bool EventAgent::addEventToBuffer(Event* evt, char** cursor) {
@@ -132,21 +143,9 @@ bool EventAgent::addEventToBuffer(Event* evt, char** cursor) {
   return evt && evt->addToBuffer(cursor);
 }
 
-// For the head of its queue; where there is no memory even for that, it is lost.
-void EventAgent::keep(ThreadData* thr, Event* evt) {
-  if (keepList_.append(evt)) return;
-  release(thr, evt);
-  LossLedger::lost(LossCause::memory);
-}
-
-void EventAgent::release(ThreadData* thr, Event* evt) {
-  thr->delFromMemCntr(evt->getType(), evt->size_);
-  delete evt;
-}
-
 int EventAgent::dropRecordsFromQueue(ThreadData* thr, bool addDropRec, char** buff) {
   VEL_TRACE();
-  VelList<Event*>* queue = thr->getEvtQueue();
+  EventQueue* queue = thr->getEvtQueue();
   if (!queue) {
     logError({1042, "Event Queue is NULL for Thread, TID: %d"}, threadIdOf(thr->getThreadId()));
     return 0;
@@ -154,24 +153,32 @@ int EventAgent::dropRecordsFromQueue(ThreadData* thr, bool addDropRec, char** bu
   if (queue->size() == 0) return 0;
   resetDropRecordCounters();
   const long over = queue->size() - (addDropRec ? queueLimit_ : queueLimitOnPSDown_);
-  int deleted = 0;
-  keepList_.clear();
-  for (long i = 0; i < over; ++i) {
-    Event* evt = queue->pop();
-    if (!evt) break;
-    if (!evt->isDroppable()) {
-      keep(thr, evt);
-      continue;
-    }
-    if (addDropRec) updateDropRecordCounters(evt);
-    release(thr, evt);
-    ++deleted;
-  }
-  queue->prependAll(&keepList_);
+  const int deleted = deleteOldest(*thr, over, addDropRec);
   LossLedger::lost(addDropRec ? LossCause::queueTrimmed : LossCause::serverDown,
                    static_cast<std::uint64_t>(deleted));
   if (addDropRec && buff && !addDropEvent(thr->getThreadId(), buff))
     if (auto waiting = makeDropEvent(thr->getThreadId())) thr->appendEvent(waiting.release());
+  return deleted;
+}
+
+// Of the oldest `most` events those that may be dropped; their number.
+int EventAgent::deleteOldest(ThreadData& thr, long most, bool count) {
+  EventQueue::Consumer waiting(*thr.getEvtQueue());
+  ReleasedEvents released(thr);
+  int deleted = 0;
+  keepList_.clear();
+  for (long i = 0; i < most; ++i) {
+    Event* evt = waiting.next();
+    if (!evt) break;
+    if (!evt->isDroppable()) {
+      keepList_.append(evt);
+      continue;
+    }
+    if (count) updateDropRecordCounters(evt);
+    released.add(evt);
+    ++deleted;
+  }
+  waiting.putBackAll(std::move(keepList_));
   return deleted;
 }
 
@@ -224,7 +231,7 @@ bool EventAgent::addDropEvent(JNIEnv* env, char** buff) {
   if (bytes > buffer_.get() + bufferBytes() - *buff) return false;
   addEventToBuffer(event.get(), buff);
   LossLedger::created();
-  ++eventsInHand_;
+  countInHand();
   return true;
 }
 

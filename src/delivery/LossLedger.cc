@@ -8,16 +8,9 @@ constexpr const char* kNames[] = {"queueFull",     "queueTrimmed", "serverDown",
                                   "noRecord",      "shutdown",     "cutText"};
 static_assert(std::size(kNames) == kLossCauses + 1, "every cause has its name");
 
-std::array<LossLedger::Stripe, LossLedger::kStripes> LossLedger::stripes_;
+constinit std::array<LossLedger::Stripe, ThreadIndex::kCount> LossLedger::stripes_;
 
 const char* lossCauseName(LossCause cause) { return kNames[static_cast<std::size_t>(cause)]; }
-
-// Threads take stripes in turn: neighbours in time, which run side by side, get different ones.
-unsigned LossLedger::stripeOfThread() {
-  static std::atomic<unsigned> next{0};
-  thread_local const unsigned stripe = next.fetch_add(1, std::memory_order_relaxed) % kStripes;
-  return stripe;
-}
 
 // Ends before beginnings: an event seen as ended is then also seen as created, so that `queued` is
 // never negative.

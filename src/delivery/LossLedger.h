@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/ThreadIndex.h"
+
 // Why an event never reached the server.
 enum class LossCause : unsigned char {
   queueFull,      // its thread's queue was at the limit
@@ -27,17 +29,16 @@ constexpr std::size_t kLossCauses = static_cast<std::size_t>(LossCause::cutText)
 const char* lossCauseName(LossCause cause);
 
 // Counts every event from its creation to its end: created = sent + lost + queued, at any moment.
-// Striped by thread: counting touches no cache line that another thread is writing.
+// Counting touches no cache line that another thread is writing.
 class LossLedger {
  public:
   // Before the event can be seen by any other thread.
-  static void created(std::uint64_t n = 1) {
-    mine().created.fetch_add(n, std::memory_order_relaxed);
-  }
+  static void created(std::uint64_t n = 1) { count(&Stripe::created, n); }
   // After it was counted as created. Release: who sees this count sees that one too.
-  static void sent(std::uint64_t n = 1) { mine().sent.fetch_add(n, std::memory_order_release); }
+  static void sent(std::uint64_t n = 1) { count(&Stripe::sent, n); }
   static void lost(LossCause cause, std::uint64_t n = 1) {
-    mine().lost[static_cast<std::size_t>(cause)].fetch_add(n, std::memory_order_release);
+    const unsigned mine = ThreadIndex::mine();
+    add(stripes_[mine].lost[static_cast<std::size_t>(cause)], n, mine);
   }
   // A call that was turned away before it made its event.
   static void refused(LossCause cause, std::uint64_t n = 1) {
@@ -60,13 +61,18 @@ class LossLedger {
   static Snapshot snapshot();
 
  private:
-  static constexpr unsigned kStripes = 16;
+  using Counter = std::atomic<std::uint64_t>;
   struct alignas(64) Stripe {
-    std::atomic<std::uint64_t> created{0};
-    std::atomic<std::uint64_t> sent{0};
-    std::array<std::atomic<std::uint64_t>, kLossCauses + 1> lost{};
+    Counter created{0};
+    Counter sent{0};
+    std::array<Counter, kLossCauses + 1> lost{};
   };
-  static Stripe& mine() { return stripes_[stripeOfThread()]; }
-  static unsigned stripeOfThread();
-  static std::array<Stripe, kStripes> stripes_;
+  static void count(Counter Stripe::*counter, std::uint64_t n) {
+    const unsigned mine = ThreadIndex::mine();
+    add(stripes_[mine].*counter, n, mine);
+  }
+  static void add(Counter& counter, std::uint64_t n, unsigned index) {
+    ThreadIndex::add(counter, n, index, std::memory_order_release);
+  }
+  static std::array<Stripe, ThreadIndex::kCount> stripes_;
 };

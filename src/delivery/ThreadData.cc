@@ -1,7 +1,5 @@
 #include "delivery/ThreadData.h"
 
-#include <vector>
-
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "base/Utils.h"
@@ -10,10 +8,6 @@
 #include "delivery/Settings.h"
 #include "delivery/ThreadMgr.h"
 #include "events/Events.h"
-
-static bool countsAsClassData(Event::EventType type) {
-  return type == Event::CLASS || type == Event::METHOD;
-}
 
 static int queueLimit() {
   static const int limit = static_cast<int>(readSetting(Setting::eventQueueLimit));
@@ -42,7 +36,7 @@ ThreadData::ThreadData(JNIEnv* env) : VeloraBase("ThreadData") {
 
 void ThreadData::initialize() {
   VEL_TRACE();
-  if (!evtQueue_) evtQueue_ = std::make_unique<VelList<Event*>>(true, false);
+  if (!evtQueue_) evtQueue_ = std::make_unique<EventQueue>();
   dropRecordsFlag_ = false;
   alive_ = true;
   for (auto* counter :
@@ -88,13 +82,8 @@ bool ThreadData::appendEvent(Event* evt) {
     return dropForFullQueue(evt);
   if (!full && sentDroppedEvent_.load(std::memory_order_relaxed)) sentDroppedEvent_ = false;
   addToMemCntr(evt->getType(), evt->size_);
-  // From a successful append on, the event agent may have written and deleted the event.
-  if (evtQueue_->append(evt)) [[likely]]
-    return true;
-  delFromMemCntr(evt->getType(), evt->size_);
-  delete evt;
-  LossLedger::lost(LossCause::memory);
-  return false;
+  evtQueue_->append(evt);  // from here on the event agent may have written and deleted it
+  return true;
 }
 
 bool ThreadData::refuse(Event* evt) {
@@ -126,22 +115,14 @@ bool ThreadData::dropForFullQueue(Event* evt) {
   return false;
 }
 
-// Only this thread appends, so an event that is still in the queue is the one that was seen there.
 void ThreadData::withdraw(Event::EventType type, LossCause cause) {
   VEL_TRACE();
-  std::vector<Event*> waiting;
-  {
-    const VelList<Event*>::Locked locked(*evtQueue_);
-    const std::unique_ptr<VelListIter<Event*>> each(evtQueue_->iterator());
-    while (Event* evt = each->next())
-      if (evt->getType() == type) waiting.push_back(evt);
-  }
-  for (Event* evt : waiting) {
-    if (!evtQueue_->remove(evt)) continue;  // its event agent has taken it
+  const EventChain waiting =
+      evtQueue_->takeIf([type](const Event& evt) { return evt.getType() == type; });
+  waiting.forEach([&](const Event* evt) {
     delFromMemCntr(type, evt->size_);
-    delete evt;
     LossLedger::lost(cause);
-  }
+  });
 }
 
 jlong ThreadData::saveAndTestCPUTime(jlong cpu) {

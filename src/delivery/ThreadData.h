@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "base/VelList.h"
 #include "base/VeloraBase.h"
+#include "delivery/EventQueue.h"
 #include "delivery/LossLedger.h"
 #include "events/Event.h"
 #include "jvm/jvmpi.h"
@@ -43,9 +43,12 @@ class ThreadData : public virtual VeloraBase {
   // The byte counters of queued events; CLASS and METHOD have a pair of their own.
   void addToMemCntr(Event::EventType type, short size);
   void delFromMemCntr(Event::EventType type, short size);
+  static bool countsAsClassData(Event::EventType type) {
+    return type == Event::CLASS || type == Event::METHOD;
+  }
 
   int getEvtQueueSize() const;
-  VelList<Event*>* getEvtQueue() const { return evtQueue_.get(); }
+  EventQueue* getEvtQueue() const { return evtQueue_.get(); }
   const char* getThreadName() const { return threadName_.get(); }
   const char* getGroupName() const { return groupName_.get(); }
   JNIEnv* getThreadId() const { return threadId_; }
@@ -86,7 +89,7 @@ class ThreadData : public virtual VeloraBase {
   std::unique_ptr<char[]> groupName_;
   std::atomic<unsigned long> jniAddCounter_, jniDeleteCounter_;
   std::atomic<unsigned long> jvmpiAddCounter_, jvmpiDeleteCounter_;
-  std::unique_ptr<VelList<Event*>> evtQueue_;  // owns the events in it
+  std::unique_ptr<EventQueue> evtQueue_;
   std::atomic<bool> dropRecordsFlag_;
   std::atomic<bool> alive_;
   JNIEnv* threadId_;
@@ -94,6 +97,30 @@ class ThreadData : public virtual VeloraBase {
  private:
   bool refuse(Event* evt);
   bool dropForFullQueue(Event* evt);
+};
+
+// Deletes events that were taken from a record's queue, and settles its byte counters once, at the
+// end.
+class ReleasedEvents {
+ public:
+  explicit ReleasedEvents(ThreadData& thr) : thr_(thr) {}
+  ~ReleasedEvents() {
+    if (classData_) thr_.jvmpiDeleteCounter_.fetch_add(classData_, std::memory_order_relaxed);
+    if (others_) thr_.jniDeleteCounter_.fetch_add(others_, std::memory_order_relaxed);
+  }
+  ReleasedEvents(const ReleasedEvents&) = delete;
+  ReleasedEvents& operator=(const ReleasedEvents&) = delete;
+
+  void add(Event* evt) {
+    const auto bytes = static_cast<unsigned long>(evt->size_);
+    (ThreadData::countsAsClassData(evt->getType()) ? classData_ : others_) += bytes;
+    delete evt;
+  }
+
+ private:
+  ThreadData& thr_;
+  const EventMemory::FreeingMany freeing_;
+  unsigned long classData_ = 0, others_ = 0;
 };
 
 // The pids of one thread, for the platform figures.

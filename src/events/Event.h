@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "base/types.h"
+#include "events/EventMemory.h"
 #include "events/EventWeights.h"
-
-using OwnedText = std::unique_ptr<char[]>;  // starts null, released with its event
+#include "events/OwnedText.h"
 
 // One thing to report to the server. Made and filled on the thread that saw it, then owned by a
 // queue, written once into a packet by an event agent, and deleted.
@@ -100,6 +100,8 @@ class Event {
   virtual ~Event() = default;
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
+  static void* operator new(std::size_t bytes) { return EventMemory::allocate(bytes); }
+  static void operator delete(void* event, std::size_t bytes) { EventMemory::free(event, bytes); }
 
   // Writes the record at *buff and advances *buff past it; ProtocolVisitor::recordSize tells
   // beforehand how much room that takes. 1: the encoder had the event (some kinds write nothing),
@@ -115,6 +117,7 @@ class Event {
            type_ != PORTAL_METHOD_CONSTANT;
   }
 
+  Event* next_ = nullptr;  // behind it in its queue
   JNIEnv* env_ = nullptr;  // the thread it happened on
   jlong cpuTime_ = 0;      // nanoseconds
   ULONG timeSec_ = 0;      // wall clock

@@ -7,10 +7,10 @@
 
 static void fillStatement(SQLEvent& e, JNIEnv* env, jstring sql, jstring dataSource) {
   if (!sql) traceMax("sql = null");
-  std::size_t length = 0;
   e.data_source_name = ownText(env, dataSource);
-  e.sql = ownText(env, sql, textLimit(MemoryMonitor::sqlLimit_), &length);
-  if (!MemoryMonitor::avgSQLCalculated()) MemoryMonitor::sqlRequest(static_cast<int>(length));
+  e.sql = ownText(env, sql, textLimit(MemoryMonitor::sqlLimit_));
+  if (!MemoryMonitor::avgSQLCalculated())
+    MemoryMonitor::sqlRequest(static_cast<int>(e.sql.length()));
   e.size_ = MemoryMonitor::getSQLSize();
 }
 
@@ -76,12 +76,12 @@ bool EventUtils::beginJMSRequest(JNIEnv* env, Event::JMS_ACTION action, jstring 
                                  jstring queueOrTopicName, jstring selector) {
   VEL_TRACE_AS("EventUtils.cc");
   return beginNested<JMSEvent>(env, [&](JMSEvent& e) {
-    std::size_t server = 0, queue = 0;
     e.action = action;
-    e.serverName = ownText(env, serverName, kMaxTextBytes, &server);
-    e.queueOrTopicName = ownText(env, queueOrTopicName, kMaxTextBytes, &queue);
+    e.serverName = ownText(env, serverName);
+    e.queueOrTopicName = ownText(env, queueOrTopicName);
     e.selector = ownText(env, selector);
-    e.size_ = clampedWeight(EventWeights::JMS + server + queue);
+    e.size_ =
+        clampedWeight(EventWeights::JMS + e.serverName.length() + e.queueOrTopicName.length());
   });
 }
 

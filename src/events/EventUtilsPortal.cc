@@ -37,7 +37,7 @@ VEL_PORTAL_PHASE(appendPortalActionRequestEvent, PortalActionEvent)
 // Null when the thread's page has no name: the record says so itself.
 static OwnedText pageNameOf(const ThreadData* thr) {
   const char* const name = thr ? thr->getPortalPageName() : nullptr;
-  return name ? copyText(name) : nullptr;
+  return name ? copyText(name) : OwnedText();
 }
 
 bool EventUtils::appendPortalGatewayServletRequestEvent(JNIEnv* env, Event::EventSubType subType) {

@@ -103,15 +103,15 @@ bool EventUtils::appendCommonEvent(JNIEnv* env, Event::EventType type, Event::Ev
 
 // The event's four bytes are the token as the other process will see it: the highest byte first.
 static void carryToken(GPSEvent& e, ThreadData* thr, UINT token) {
-  auto bytes = std::make_unique<char[]>(GPSEvent::kTokenBytes);
+  char bytes[GPSEvent::kTokenBytes];
   for (int i = 0; i < GPSEvent::kTokenBytes; ++i)
-    bytes[static_cast<std::size_t>(i)] = static_cast<char>(token >> (24 - 8 * i));
+    bytes[i] = static_cast<char>(token >> (24 - 8 * i));
   if (thr) {
     thr->gpsToken_ = std::make_unique<jbyte[]>(GPSEvent::kTokenBytes);
-    std::memcpy(thr->gpsToken_.get(), bytes.get(), GPSEvent::kTokenBytes);
+    std::memcpy(thr->gpsToken_.get(), bytes, GPSEvent::kTokenBytes);
   }
   e.token = token;
-  e.request_name = std::move(bytes);
+  e.request_name = OwnedText::copyOf({bytes, sizeof bytes});
 }
 
 static bool openGps(JNIEnv* env, Event::EventSubType subType, UINT token) {
@@ -141,9 +141,9 @@ static std::optional<UINT> tokenOf(std::string_view digits) {
 
 bool EventUtils::beginGpsReceive(JNIEnv* env, jstring token) {
   VEL_TRACE_AS("EventUtils.cc");
-  const JavaText digits = javaText(env, token);
-  const std::optional<UINT> parsed = tokenOf({digits.text.get(), digits.length});
-  if (!parsed) traceMin("no cross-process token: %s", digits.text.get());
+  const OwnedText digits = javaText(env, token).text;
+  const std::optional<UINT> parsed = tokenOf(digits.view());
+  if (!parsed) traceMin("no cross-process token: %s", digits.get());
   return openGps(env, Event::CONNECT, parsed.value_or(0));
 }
 

@@ -17,18 +17,14 @@
 
 // A copy of at most `limit` bytes; null counts as an empty text, as it does for Java strings.
 inline OwnedText copyText(const char* text, std::size_t limit = kMaxTextBytes) {
-  const std::size_t length = text ? cutLength(text, std::strlen(text), limit) : 0;
-  auto copy = std::make_unique<char[]>(length + 1);
-  std::copy_n(text, length, copy.get());
-  return copy;
+  return OwnedText::copyOf({text, text ? cutLength(text, std::strlen(text), limit) : 0});
 }
 
 // A Java string for an event; a cut is counted.
-inline OwnedText ownText(JNIEnv* env, jstring string, std::size_t limit = kMaxTextBytes,
-                         std::size_t* length = nullptr) {
+inline OwnedText ownText(JNIEnv* env, jstring string, std::size_t limit = kMaxTextBytes) {
   JavaText text = javaText(env, string, limit);
-  if (text.cut) LossLedger::lost(LossCause::cutText);
-  if (length) *length = text.length;
+  if (text.cut) [[unlikely]]
+    LossLedger::lost(LossCause::cutText);
   return std::move(text.text);
 }
 

@@ -33,24 +33,24 @@ static unsigned int bitsOf(const char* mask, unsigned int firstBit) {
 
 void GPSTokenUtils::setUpGps(JNIEnv* env, jstring regMask) {
   VEL_TRACE();
-  const JavaText mask = javaText(env, regMask);
-  const unsigned int region = bitsOf(mask.text.get(), firstBit);
+  const OwnedText mask = javaText(env, regMask).text;
+  const unsigned int region = bitsOf(mask.get(), firstBit);
   traceMax("regMask: 0x%X", region);
   const int cushion = PropertyMgr::getInstance()->getIntProperty("gps.cushion", 200);
   {
     const LockScope next(getTokenLock);
     const LockScope covered(saveTokenLock);
     regionId |= region;
-    gpsMask = mask.length < 32 ? allOne >> mask.length : 0;
+    gpsMask = mask.length() < 32 ? allOne >> mask.length() : 0;
     gpsCushion = std::max(1, cushion);
     traceMax("regionId: 0x%X", regionId);
     traceMax("gpsMask: 0x%X", gpsMask);
   }
-  if (mask.length >= 32)
+  if (mask.length() >= 32)
     logWarn({1224,
              "A region mask of %d characters leaves no room for a counter in cross-process tokens: "
              "a restart repeats them"},
-            static_cast<int>(mask.length));
+            static_cast<int>(mask.length()));
   initGPSCounterFile();
 }
 

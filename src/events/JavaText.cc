@@ -27,44 +27,44 @@ std::size_t cutLength(const char* text, std::size_t length, std::size_t limit) {
   return end;
 }
 
-static OwnedText copyOf(const char* text, std::size_t length) {
-  auto copy = std::make_unique_for_overwrite<char[]>(length + 1);
-  std::memcpy(copy.get(), text, length);
-  copy[length] = '\0';
-  return copy;
-}
-
-// Fetches the first `units` units into room for them and a terminator; the bytes fetched. The room
-// is cleared because not every JVM ends the text itself.
-static std::size_t fetch(JNIEnv* env, jstring string, jsize units, char* room) {
-  std::memset(room, 0, static_cast<std::size_t>(units) * kBytesPerUnit + 1);
-  env->GetStringUTFRegion(string, 0, units, room);
-  if (describeAndClear(env)) return 0;
-  return std::strlen(room);
-}
-
-static JavaText cutCopy(const char* text, std::size_t length, std::size_t limit, bool more) {
-  const std::size_t kept = cutLength(text, length, limit);
-  return {copyOf(text, kept), kept, more || kept < length};
+// Fetches the first `units` units into room for three bytes each and a terminator; the bytes
+// fetched. Each unit gives a byte at least, and none a zero. Behind them the room is cleared,
+// because not every JVM ends the text itself. Inside the string's own bounds nothing is raised.
+static std::size_t fetch(JNIEnv* env, jstring string, std::size_t units, char* room) {
+  std::memset(room + units, 0, (kBytesPerUnit - 1) * units + 1);
+  env->GetStringUTFRegion(string, 0, static_cast<jsize>(units), room);
+  return units + std::strlen(room + units);
 }
 
 JavaText javaText(JNIEnv* env, jstring string, std::size_t limit) {
   const auto all = string ? static_cast<std::size_t>(env->GetStringLength(string)) : 0;
-  if (all == 0) return {copyOf("", 0), 0, false};
+  if (all == 0) return {OwnedText::empty(), false};
   // One unit more than can be kept: the cut then sees what follows, and splits no pair.
   const std::size_t units = std::min(all, limit + 1);
-  const std::size_t room = units * kBytesPerUnit + 1;
-  char onStack[1024 * kBytesPerUnit + 1];
-  if (room <= sizeof onStack) {
-    const std::size_t length = fetch(env, string, static_cast<jsize>(units), onStack);
-    return cutCopy(onStack, length, limit, units < all);
+  const std::size_t most = units * kBytesPerUnit;
+  bool cut = units < all;
+  const auto fetchAndCut = [&](char* room) {
+    const std::size_t length = fetch(env, string, units, room);
+    const std::size_t kept = cutLength(room, length, limit);
+    cut |= kept < length;
+    return kept;
+  };
+  if (most < EventMemory::kLargest) [[likely]] {
+    OwnedText text = OwnedText::filled(most, fetchAndCut);
+    return {std::move(text), cut};
   }
-  const auto onHeap = std::make_unique_for_overwrite<char[]>(room);
-  const std::size_t length = fetch(env, string, static_cast<jsize>(units), onHeap.get());
-  return cutCopy(onHeap.get(), length, limit, units < all);
+  const auto aside = std::make_unique_for_overwrite<char[]>(most + 1);
+  const std::size_t length = fetchAndCut(aside.get());
+  return {OwnedText::copyOf({aside.get(), length}), cut};
 }
 
-OwnedText Utils::java2c_string(JNIEnv* env, jstring string) {
+std::unique_ptr<char[]> heapCopy(const OwnedText& text) {
+  auto copy = std::make_unique_for_overwrite<char[]>(text.length() + 1);
+  std::memcpy(copy.get(), text.get(), text.length() + 1);
+  return copy;
+}
+
+std::unique_ptr<char[]> Utils::java2c_string(JNIEnv* env, jstring string) {
   VEL_TRACE();
-  return javaText(env, string).text;
+  return heapCopy(javaText(env, string).text);
 }

@@ -3,8 +3,9 @@
 #include <jni.h>
 
 #include <cstddef>
+#include <memory>
 
-#include "events/Event.h"
+#include "events/OwnedText.h"
 
 // The longest text that a record can hold.
 constexpr std::size_t kMaxTextBytes = 65535;
@@ -15,14 +16,14 @@ std::size_t cutLength(const char* text, std::size_t length, std::size_t limit);
 
 struct JavaText {
   OwnedText text;  // never null
-  std::size_t length = 0;
   bool cut = false;
 };
-// A copy of at most `limit` bytes and a terminator. A null string gives an empty text, and so does
-// one for which the JVM has no memory.
+// A copy of at most `limit` bytes. A null string gives an empty text.
 JavaText javaText(JNIEnv* env, jstring string, std::size_t limit = kMaxTextBytes);
 
+std::unique_ptr<char[]> heapCopy(const OwnedText& text);
+
 namespace Utils {
-// The same for who does not ask how long it is or whether it was cut.
-OwnedText java2c_string(JNIEnv* env, jstring string);
+// The same for who keeps it longer than an event lives.
+std::unique_ptr<char[]> java2c_string(JNIEnv* env, jstring string);
 }  // namespace Utils

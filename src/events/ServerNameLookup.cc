@@ -19,8 +19,7 @@ int getFullAppServerName(char* pBuffer, int bufLength, JNIEnv* env) {
   if (describeAndClear(env) || !method) return 1;
   const LocalRef<jstring> name(env, env->CallStaticObjectMethod(system, method));
   if (describeAndClear(env) || !name.get()) return 1;
-  const JavaText text = javaText(env, name, static_cast<std::size_t>(bufLength - 1));
-  if (text.length == 0 && env->GetStringLength(name) > 0) return 1;  // no memory for it in the JVM
-  std::memcpy(pBuffer, text.text.get(), text.length + 1);
+  const OwnedText text = javaText(env, name, static_cast<std::size_t>(bufLength - 1)).text;
+  std::memcpy(pBuffer, text.get(), text.length() + 1);
   return 0;
 }

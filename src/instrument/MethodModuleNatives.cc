@@ -19,16 +19,17 @@
 #include "events/RecordTypes.h"
 #include "instrument/ClassTable.h"
 
-static OwnedText ownText(JNIEnv* env, jstring string) {
-  JavaText text = javaText(env, string);
+static std::unique_ptr<char[]> keptText(JNIEnv* env, jstring string) {
+  const JavaText text = javaText(env, string);
   if (text.cut) LossLedger::lost(LossCause::cutText);
-  return std::move(text.text);
+  return heapCopy(text.text);
 }
 
-static OwnedText elementText(JNIEnv* env, jobjectArray texts, jsize index, const char* absent) {
+static std::unique_ptr<char[]> elementText(JNIEnv* env, jobjectArray texts, jsize index,
+                                           const char* absent) {
   const LocalRef<jstring> element(env, env->GetObjectArrayElement(texts, index));
-  if (!describeAndClear(env) && element.get()) return ownText(env, element);
-  return OwnedText(Utils::cstrdup(absent));
+  if (!describeAndClear(env) && element.get()) return keptText(env, element);
+  return std::unique_ptr<char[]>(Utils::cstrdup(absent));
 }
 
 // The methods of a class as Java gives them: the names and signatures may be left out together.
@@ -69,7 +70,7 @@ static std::unique_ptr<jclass_t> newRecord(JNIEnv* env, ULONG sequence, jstring 
                                            const MethodArrays& methods) {
   auto record = std::make_unique<jclass_t>();
   record->sequenceID = sequence;
-  record->class_name = ownText(env, name);
+  record->class_name = keptText(env, name);
   record->type = 0;
   methods.copyTo(*record, env);
   return record;

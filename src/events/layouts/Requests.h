@@ -6,7 +6,7 @@
 #include "events/layouts/Timed.h"
 
 inline bool sameText(const OwnedText& a, const OwnedText& b) {
-  return a && b ? std::strcmp(a.get(), b.get()) == 0 : !a && !b;
+  return static_cast<bool>(a) == static_cast<bool>(b) && a.view() == b.view();
 }
 
 // 0: the request is known by its address only.
@@ -46,7 +46,7 @@ void layout(W& w, const EJBEvent& e) {
     writeNamedFlag(w, e);
     w.writeString(e.request_name);
     w.writeString(e.application_name);
-    if (e.url) w.writeUTF(e.url.get(), std::strcspn(e.url.get(), "?"));
+    w.writeUTF(e.url.get(), std::min(e.url.view().find('?'), e.url.length()));
   });
 }
 

@@ -7,6 +7,7 @@
 #include "base/Gate.h"
 #include "base/InstanceSlot.h"
 #include "base/LockAgentMgr.h"
+#include "base/ThreadIndex.h"
 #include "base/VelLock.h"
 #include "base/VelOsLock.h"
 #include "base/platform.h"
@@ -212,6 +213,33 @@ TEST(InstanceSlot, MakesOneForAllThreadsAndAgainAfterDestroy) {
   countedSlot.getOrCreate();
   EXPECT_EQ(Counted::made, 2);
   countedSlot.destroy();
+}
+
+// More threads at a time than there are numbers, twice: the second ones get the numbers of the
+// first.
+TEST(ThreadIndex, OneForEachThreadWhileTheyLast) {
+  for (int round = 0; round < 2; ++round) {
+    constexpr unsigned kThreads = ThreadIndex::kCount + 20;
+    std::vector<std::atomic<unsigned>> holders(ThreadIndex::kCount);
+    std::atomic<unsigned> counted{0};
+    std::atomic<long> shared{0};
+    {
+      std::vector<std::jthread> threads;
+      for (unsigned t = 0; t < kThreads; ++t)
+        threads.emplace_back([&] {
+          const unsigned mine = ThreadIndex::mine();
+          ++holders[mine];
+          for (int i = 0; i < 100; ++i)
+            if (ThreadIndex::isShared(mine)) ThreadIndex::add(shared, 1L, mine);
+          ++counted;
+          while (counted < kThreads) std::this_thread::yield();
+        });
+    }
+    const unsigned atShared = holders[ThreadIndex::kShared];
+    EXPECT_GE(atShared, 20u);
+    EXPECT_EQ(shared, 100L * atShared);
+    for (unsigned i = 0; i < ThreadIndex::kShared; ++i) EXPECT_LE(holders[i], 1u) << i;
+  }
 }
 
 TEST(Gate, NobodyIsInsideOnceItIsClosed) {

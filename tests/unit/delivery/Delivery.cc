@@ -106,9 +106,8 @@ void Delivery::expectBalanced() {
 
 std::unique_ptr<SQLEvent> sqlStart(std::size_t textLength) {
   auto event = std::make_unique<SQLEvent>(Event::START);
-  event->sql = std::make_unique<char[]>(textLength + 1);
-  std::fill_n(event->sql.get(), textLength, 's');
-  event->data_source_name = std::make_unique<char[]>(1);
+  event->sql = OwnedText::copyOf(std::string(textLength, 's'));
+  event->data_source_name = OwnedText::empty();
   return event;
 }
 
@@ -118,7 +117,6 @@ void append(ThreadData* thr, int count, Event::EventSubType subType) {
 
 std::vector<Event*> queued(ThreadData* thr) {
   std::vector<Event*> events;
-  VelListIter<Event*> each(thr->getEvtQueue());
-  while (each.hasNext()) events.push_back(each.next());
+  thr->getEvtQueue()->forEach([&](Event* event) { events.push_back(event); });
   return events;
 }

@@ -81,7 +81,7 @@ TEST_F(Agents, RefusedMethodNamesAreAskedForAgain) {
 TEST_F(Agents, TrimsTheOldestAndKeepsWhatMayNotBeDropped) {
   start();
   ThreadData* thr = managed();
-  VelList<Event*>* queue = thr->getEvtQueue();
+  EventQueue* queue = thr->getEvtQueue();
   const auto put = [&](Event* event) {
     LossLedger::created();
     queue->append(event);

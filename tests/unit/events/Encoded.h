@@ -26,11 +26,7 @@ inline std::string hex(std::string_view text) {
   return result;
 }
 
-inline OwnedText text(std::string_view from) {
-  auto copy = std::make_unique<char[]>(from.size() + 1);
-  std::memcpy(copy.get(), from.data(), from.size());
-  return copy;
-}
+inline OwnedText text(std::string_view from) { return OwnedText::copyOf(from); }
 
 // What write(char** cursor) writes. The room is filled with a byte that no record field has here.
 template <class Write>

@@ -63,7 +63,7 @@ TEST_F(JavaTexts, TakenFromJava) {
     SCOPED_TRACE(why);
     const JavaText taken = take(text, limit);
     EXPECT_TRUE(taken.text.get() == kept);
-    EXPECT_EQ(taken.length, kept.size());
+    EXPECT_EQ(taken.text.length(), kept.size());
     EXPECT_EQ(taken.cut, cut);
   }
 }

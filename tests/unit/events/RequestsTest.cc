@@ -134,7 +134,7 @@ TEST_F(Requests, SendRequestKeepsWhatIsThere) {
     EXPECT_STREQ(name->get(), "");
 
   EventUtils::sendRequest(env, nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
-  EXPECT_EQ(takeOne<GPSEvent>()->request_name, nullptr) << "a name is no token";
+  EXPECT_FALSE(takeOne<GPSEvent>()->request_name) << "a name is no token";
 }
 
 TEST_F(Requests, CpuTimeNeverGoesBack) {

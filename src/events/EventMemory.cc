@@ -1,0 +1,159 @@
+#include "events/EventMemory.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
+#define ASAN_UNPOISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
+#endif
+
+// Far above any number of pieces: an open chunk never counts as all freed.
+constexpr std::int64_t kOpen = std::int64_t{1} << 40;
+constexpr std::uintptr_t kAlignment = 8;
+constexpr int kMostPooled = 32;  // a megabyte; what is above goes back to the heap
+
+struct alignas(std::max_align_t) EventMemory::Chunk {
+  std::atomic<std::int64_t> pieces;
+  const bool ofItsOwn;  // a block for a single large piece
+  char* begin() { return reinterpret_cast<char*>(this + 1); }
+  char* end() { return reinterpret_cast<char*>(this) + kChunkBytes; }
+};
+
+// Free chunks, each with the next one's address at its front.
+class ChunkPool {
+ public:
+  void* take() {
+    const std::lock_guard held(lock_);
+    if (!free_) return nullptr;
+    --pooled_;
+    return std::exchange(free_, *static_cast<void**>(free_));
+  }
+  bool put(void* chunk) {
+    const std::lock_guard held(lock_);
+    if (pooled_ == kMostPooled) return false;
+    ++pooled_;
+    *static_cast<void**>(chunk) = std::exchange(free_, chunk);
+    return true;
+  }
+
+ private:
+  std::mutex lock_;
+  void* free_ = nullptr;
+  int pooled_ = 0;
+};
+static constinit ChunkPool pool;
+
+constinit std::atomic<std::size_t> EventMemory::chunksInUse_{0};
+constinit thread_local EventMemory::Cursor EventMemory::cursor_{nullptr, nullptr, 0};
+constinit thread_local EventMemory::FreeingMany* EventMemory::freeingMany_ = nullptr;
+
+struct EventMemory::ClosesAtThreadEnd {
+  ~ClosesAtThreadEnd() { closeChunk(); }
+  void arm() const {}  // naming it has made it
+};
+
+static void* alignedBytes(std::size_t bytes) {
+  void* memory = nullptr;
+  if (posix_memalign(&memory, EventMemory::kChunkBytes, bytes) != 0) throw std::bad_alloc();
+  return memory;
+}
+
+EventMemory::Chunk* EventMemory::chunkOf(const void* memory) {
+  return reinterpret_cast<Chunk*>(reinterpret_cast<std::uintptr_t>(memory) & ~(kChunkBytes - 1));
+}
+
+static char* aligned(char* at) {
+  const auto address = reinterpret_cast<std::uintptr_t>(at);
+  return at + ((kAlignment - address % kAlignment) % kAlignment);
+}
+
+// The start of `bytes` free bytes in the open chunk, which stay free; null where it has too few.
+static char* fitting(char* at, const char* end, std::size_t bytes) {
+  return end - at >= static_cast<std::ptrdiff_t>(bytes) ? at : nullptr;
+}
+
+char* EventMemory::take(char* at, std::size_t bytes) {
+  ASAN_UNPOISON_MEMORY_REGION(at, bytes);
+  cursor_.at = at + bytes;
+  ++cursor_.taken;
+  return at;
+}
+
+void* EventMemory::allocate(std::size_t bytes) {
+  static_assert(kLargest + kAlignment < kChunkBytes - sizeof(Chunk));
+  if (bytes > kLargest) [[unlikely]]
+    return blockOfItsOwn(bytes);
+  char* at = fitting(aligned(cursor_.at), cursor_.end, bytes);
+  if (!at) [[unlikely]] {
+    openChunk();
+    at = aligned(cursor_.at);
+  }
+  return take(at, bytes);
+}
+
+char* EventMemory::openRoom(std::size_t most) {
+  if (most > kLargest) [[unlikely]]
+    return blockOfItsOwn(most);
+  if (!fitting(cursor_.at, cursor_.end, most)) [[unlikely]]
+    openChunk();
+  ASAN_UNPOISON_MEMORY_REGION(cursor_.at, most);
+  return cursor_.at;
+}
+
+char* EventMemory::keepRoom(char* room, std::size_t used) {
+  if (room == cursor_.at) [[likely]]
+    return used > 0 ? take(room, used) : nullptr;
+  if (used > 0) return room;
+  free(room, 0);
+  return nullptr;
+}
+
+char* EventMemory::blockOfItsOwn(std::size_t bytes) {
+  auto* block = new (alignedBytes(sizeof(Chunk) + bytes)) Chunk{1, true};
+  chunksInUse_.fetch_add(1, std::memory_order_relaxed);
+  return block->begin();
+}
+
+void EventMemory::openChunk() {
+  static thread_local const ClosesAtThreadEnd atThreadEnd;
+  atThreadEnd.arm();
+  void* memory = pool.take();
+  if (!memory) memory = alignedBytes(kChunkBytes);
+  closeChunk();
+  auto* chunk = new (memory) Chunk{kOpen, false};
+  chunksInUse_.fetch_add(1, std::memory_order_relaxed);
+  cursor_ = {chunk->begin(), chunk->end(), 0};
+  ASAN_POISON_MEMORY_REGION(chunk->begin(), chunk->end() - chunk->begin());
+}
+
+// From here on the chunk's counter tells how many pieces are in use.
+void EventMemory::closeChunk() noexcept {
+  const Cursor open = std::exchange(cursor_, {nullptr, nullptr, 0});
+  if (open.end) release(chunkOf(open.end - 1), kOpen - open.taken);
+}
+
+void EventMemory::free(const void* memory, [[maybe_unused]] std::size_t bytes) noexcept {
+  ASAN_POISON_MEMORY_REGION(memory, bytes);
+  Chunk* chunk = chunkOf(memory);
+  if (freeingMany_)
+    freeingMany_->add(chunk);
+  else
+    release(chunk, 1);
+}
+
+void EventMemory::FreeingMany::flush() noexcept {
+  if (chunk_) release(std::exchange(chunk_, nullptr), std::exchange(pieces_, 0));
+}
+
+void EventMemory::release(Chunk* chunk, std::int64_t pieces) noexcept {
+  if (chunk->pieces.fetch_sub(pieces, std::memory_order_acq_rel) != pieces) return;
+  chunksInUse_.fetch_sub(1, std::memory_order_relaxed);
+  const bool ofItsOwn = chunk->ofItsOwn;
+  ASAN_UNPOISON_MEMORY_REGION(chunk, ofItsOwn ? 0 : kChunkBytes);
+  if (ofItsOwn || !pool.put(chunk)) std::free(chunk);
+}
