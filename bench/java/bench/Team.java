@@ -38,6 +38,7 @@ final class Team {
   Cost run(Case each, int count) {
     burstOf = each;
     pairs = count;
+    Texts.renew();
     meet(begin);
     meet(end);
     long first = Long.MAX_VALUE;

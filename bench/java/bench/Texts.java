@@ -1,11 +1,14 @@
 package bench;
 
+import java.util.Random;
+
 /**
- * The texts that requests and statements come with. A server has some dozens of pages and
- * statements, so there are 64 of each, taken in turn; all live as long as the process.
+ * The texts that requests and statements come with, as a server has them: each request has an
+ * address of its own and a name that the container cut out of it, so both are strings that nobody
+ * has seen before; applications, users, statements and data sources are strings that stay.
  */
 final class Texts {
-  static final int COUNT = 64;
+  static final int COUNT = 4096; // more than a burst needs
   static final String METHOD = "GET";
   static final String[] NAME = new String[COUNT];
   static final String[] APPLICATION = new String[COUNT];
@@ -14,17 +17,41 @@ final class Texts {
   static final String[] SQL = new String[COUNT];
   static final String[] DATA_SOURCE = new String[COUNT];
 
+  private static final int PAGES = 64;
+  private static final int APPLICATIONS = 4;
+  private static final int USERS = 1000;
+  private static final Random CHOICE = new Random(1);
+
   static {
+    String[] applications = kept(APPLICATIONS, "shop-");
+    String[] users = kept(USERS, "customer");
+    String[] sources = kept(APPLICATIONS, "jdbc:h2:mem:shop-");
+    String[] statements = kept(PAGES,
+        "SELECT id, name, price, stock FROM items WHERE category = ? ORDER BY name LIMIT ");
     for (int i = 0; i < COUNT; i++) {
-      NAME[i] = "/catalog/item-" + (10 + i);
-      APPLICATION[i] = "shop-" + i % 4;
-      URL[i] = "http://shop.example:8080/catalog/item-" + (10 + i);
-      USER[i] = "customer" + (10 + i);
-      SQL[i] = "SELECT id, name, price, stock FROM item_" + (10 + i)
-          + " WHERE category = ? ORDER BY name, id";
-      DATA_SOURCE[i] = "jdbc:h2:mem:shop-" + i % 4;
+      APPLICATION[i] = applications[i % APPLICATIONS];
+      USER[i] = users[CHOICE.nextInt(USERS)];
+      SQL[i] = statements[i % PAGES];
+      DATA_SOURCE[i] = sources[i % APPLICATIONS];
     }
+    renew();
   }
 
   private Texts() {}
+
+  /** The addresses and names of the next burst. */
+  static void renew() {
+    for (int i = 0; i < COUNT; i++) {
+      NAME[i] = "/catalog/page-" + (10 + i % PAGES);
+      URL[i] = "http://shop.example:8080" + NAME[i] + "?item=" + CHOICE.nextInt(1_000_000);
+    }
+  }
+
+  private static String[] kept(int count, String prefix) {
+    String[] texts = new String[count];
+    for (int i = 0; i < count; i++) {
+      texts[i] = prefix + (10 + i);
+    }
+    return texts;
+  }
 }
