@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/times.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -60,19 +59,24 @@ static std::uint64_t readCpuTime() {
 }
 
 // The kernel adds up every thread of the process for times(), to answer in ticks of 10 ms. So the
-// figure is read again only when the coarse clock has moved, some 4 ms, by the one thread that sees
-// it first; the others have the figure before.
-std::uint64_t getCurrentThreadCpuTime() {
+// figure is read again only when some milliseconds have passed, by the one thread that sees it
+// first; the others have the figure before.
+std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec) {
   VEL_TRACE();
-  static constinit std::atomic<std::int64_t> readAt{-1};
+  constexpr std::uint64_t kPeriodUs = 4'000;
+  static constinit std::atomic<std::uint64_t> period{0};
   static constinit std::atomic<std::uint64_t> figure{0};
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-  const std::int64_t at = now.tv_sec * 1'000'000'000L + now.tv_nsec;
-  std::int64_t before = readAt.load(std::memory_order_acquire);
-  if (before < at && readAt.compare_exchange_strong(before, at)) [[unlikely]]
+  const std::uint64_t now = (sec * std::uint64_t{1'000'000} + usec) / kPeriodUs;
+  std::uint64_t before = period.load(std::memory_order_acquire);
+  if (before != now && period.compare_exchange_strong(before, now)) [[unlikely]]
     figure.store(readCpuTime(), std::memory_order_release);
   return figure.load(std::memory_order_acquire);
+}
+
+std::uint64_t getCurrentThreadCpuTime() {
+  ULONG sec = 0, usec = 0;
+  getCurrentTime(&sec, &usec);
+  return getCurrentThreadCpuTime(sec, usec);
 }
 
 std::uint64_t getPageSize() {

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <utility>
 
+#include "base/SpinLock.h"
+#include "base/VelLock.h"
 #include "events/Event.h"
 
 // Events in their order, linked through the events themselves. Owns them.
@@ -66,7 +68,7 @@ class EventQueue {
   EventQueue& operator=(const EventQueue&) = delete;
 
   void append(Event* event) {
-    const std::lock_guard held(lock_);
+    const LockScope held(lock_);
     waiting_.append(event);
     appended_.store(appended_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   }
@@ -87,8 +89,8 @@ class EventQueue {
   class Consumer;
 
  private:
-  std::mutex lock_;  // taken after consuming_
-  EventChain waiting_;
+  SpinLock lock_;  // taken after consuming_
+  EventChain waiting_ VEL_GUARDED_BY(lock_);
   std::atomic<unsigned> appended_{0};
   alignas(64) std::atomic<unsigned> taken_{0};  // changes while others append
   std::mutex consuming_;
@@ -97,12 +99,12 @@ class EventQueue {
 class EventQueue::Consumer {
  public:
   explicit Consumer(EventQueue& queue) : queue_(queue), consuming_(queue.consuming_) {
-    const std::lock_guard held(queue_.lock_);
+    const LockScope held(queue_.lock_);
     inHand_ = std::move(queue_.waiting_);
   }
   ~Consumer() {
     if (inHand_.empty()) return;
-    const std::lock_guard held(queue_.lock_);
+    const LockScope held(queue_.lock_);
     queue_.waiting_.prependAll(std::move(inHand_));
   }
   Consumer(const Consumer&) = delete;

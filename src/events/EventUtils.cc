@@ -23,7 +23,7 @@ bool EventUtils::appendRequestEvent(JNIEnv* env, ThreadData* thr, Event* request
 void EventUtils::stamp(Event& event, JNIEnv* env, ThreadData* thr) {
   event.env_ = env;
   getCurrentTime(&event.timeSec_, &event.timeUSec_);
-  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime());
+  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime(event.timeSec_, event.timeUSec_));
   event.cpuTime_ = thr ? thr->saveAndTestCPUTime(cpu) : cpu;
 }
 

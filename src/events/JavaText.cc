@@ -28,11 +28,17 @@ std::size_t cutLength(const char* text, std::size_t length, std::size_t limit) {
 }
 
 // Fetches the first `units` units into room for three bytes each and a terminator; the bytes
-// fetched. Each unit gives a byte at least, and none a zero. Behind them the room is cleared,
-// because not every JVM ends the text itself. Inside the string's own bounds nothing is raised.
+// fetched. Inside the string's own bounds nothing is raised. Not every JVM ends the text itself,
+// but each unit gives at least one byte and none a zero: where a zero stays behind `units` bytes,
+// each gave one. Else the end is sought in a room that was cleared before.
 static std::size_t fetch(JNIEnv* env, jstring string, std::size_t units, char* room) {
+  const auto count = static_cast<jsize>(units);
+  room[units] = '\0';
+  env->GetStringUTFRegion(string, 0, count, room);
+  if (room[units] == '\0') [[likely]]
+    return units;
   std::memset(room + units, 0, (kBytesPerUnit - 1) * units + 1);
-  env->GetStringUTFRegion(string, 0, static_cast<jsize>(units), room);
+  env->GetStringUTFRegion(string, 0, count, room);
   return units + std::strlen(room + units);
 }
 
