@@ -12,6 +12,16 @@ class InstanceSlot {
   T* getOrCreate() {
     if (T* instance = get()) [[likely]]
       return instance;
+    return create();
+  }
+
+  T* get() const { return instance_.load(std::memory_order_acquire); }  // null: none now
+
+  // The slot is empty before the destructor runs. Nobody may still be using the instance.
+  void destroy() { delete instance_.exchange(nullptr, std::memory_order_acq_rel); }
+
+ private:
+  [[gnu::noinline]] T* create() {
     std::lock_guard creating(creation_);
     T* instance = get();
     if (!instance) {
@@ -21,12 +31,6 @@ class InstanceSlot {
     return instance;
   }
 
-  T* get() const { return instance_.load(std::memory_order_acquire); }  // null: none now
-
-  // The slot is empty before the destructor runs. Nobody may still be using the instance.
-  void destroy() { delete instance_.exchange(nullptr, std::memory_order_acq_rel); }
-
- private:
   std::atomic<T*> instance_{nullptr};
   std::mutex creation_;
 };

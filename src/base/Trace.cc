@@ -2,8 +2,8 @@
 
 #include "base/ProbeKlgLog.h"
 
-void TraceScope::note(const char* what) const {
-  klgCalls().KlgLogDebugMid(klgTracer, site_.file, site_.function, site_.line, what, 0);
+void TraceScope::note(const TraceSite& site, const char* what) {
+  klgCalls().KlgLogDebugMid(klgTracer, site.file, site.function, site.line, what, 0);
 }
 
 TraceCall traceCall(int detail) {

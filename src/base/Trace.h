@@ -54,20 +54,21 @@ struct TraceSite {
 
 class TraceScope {
  public:
-  explicit TraceScope(const TraceSite& site) : site_(site) {
+  [[gnu::always_inline]] explicit TraceScope(const TraceSite& site) : site_(site) {
     if (traceable(kTraceMid)) [[unlikely]]
-      note("entry");
+      note(site_, "entry");
   }
-  ~TraceScope() {
+  [[gnu::always_inline]] ~TraceScope() {
     if (traceable(kTraceMid)) [[unlikely]]
-      if (!silent_) note("exit");
+      if (!silent_) note(site_, "exit");
   }
   TraceScope(const TraceScope&) = delete;
   TraceScope& operator=(const TraceScope&) = delete;
   void leaveSilently() { silent_ = true; }  // for an error return that leaves no exit line
 
  private:
-  [[gnu::cold]] void note(const char* what) const;
+  // Not of this object: one whose address nobody has lives in registers.
+  [[gnu::cold, gnu::noinline]] static void note(const TraceSite& site, const char* what);
   const TraceSite& site_;
   bool silent_ = false;
 };

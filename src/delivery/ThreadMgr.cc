@@ -91,6 +91,13 @@ void ThreadMgr::destroy() { VEL_TRACE(); }
 
 ThreadData* ThreadMgr::getThreadData(JNIEnv* env) {
   VEL_TRACE();
+  const std::uint64_t generation = tableGeneration.load(std::memory_order_acquire);
+  if (lastFound.env == env && lastFound.generation == generation && isReady()) [[likely]]
+    return lastFound.record;
+  return lookUp(env, generation);
+}
+
+ThreadData* ThreadMgr::lookUp(JNIEnv* env, std::uint64_t generation) {
   if (!isReady()) {
     _logDebug(__FILE_NAME__, __LINE__, "ThreadMgr not started, returning null");
     return nullptr;
@@ -99,9 +106,6 @@ ThreadData* ThreadMgr::getThreadData(JNIEnv* env) {
     _logDebug(__FILE_NAME__, __LINE__, "NULL Env id");
     return nullptr;
   }
-  const std::uint64_t generation = tableGeneration.load(std::memory_order_acquire);
-  if (lastFound.env == env && lastFound.generation == generation) [[likely]]
-    return lastFound.record;
   ThreadData* thr = findOrCreate(env, env);
   if (thr) lastFound = {env, thr, generation};
   return thr;

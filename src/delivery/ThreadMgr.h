@@ -94,6 +94,7 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   friend class InstanceSlot<ThreadMgr>;
   ThreadMgr();
 
+  ThreadData* lookUp(JNIEnv* env, std::uint64_t generation);
   ThreadData* find(JNIEnv* env, bool* usable);
   template <class From>
   ThreadData* findOrCreate(JNIEnv* env, From from);

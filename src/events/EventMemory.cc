@@ -5,16 +5,8 @@
 #include <new>
 #include <utility>
 
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/asan_interface.h>
-#else
-#define ASAN_POISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
-#define ASAN_UNPOISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
-#endif
-
 // Far above any number of pieces: an open chunk never counts as all freed.
 constexpr std::int64_t kOpen = std::int64_t{1} << 40;
-constexpr std::uintptr_t kAlignment = 8;
 constexpr int kMostPooled = 32;  // a megabyte; what is above goes back to the heap
 
 struct alignas(std::max_align_t) EventMemory::Chunk {
@@ -67,49 +59,22 @@ EventMemory::Chunk* EventMemory::chunkOf(const void* memory) {
   return reinterpret_cast<Chunk*>(reinterpret_cast<std::uintptr_t>(memory) & ~(kChunkBytes - 1));
 }
 
-static char* aligned(char* at) {
-  const auto address = reinterpret_cast<std::uintptr_t>(at);
-  return at + ((kAlignment - address % kAlignment) % kAlignment);
-}
-
-// The start of `bytes` free bytes in the open chunk, which stay free; null where it has too few.
-static char* fitting(char* at, const char* end, std::size_t bytes) {
-  return end - at >= static_cast<std::ptrdiff_t>(bytes) ? at : nullptr;
-}
-
-char* EventMemory::take(char* at, std::size_t bytes) {
-  ASAN_UNPOISON_MEMORY_REGION(at, bytes);
-  cursor_.at = at + bytes;
-  ++cursor_.taken;
-  return at;
-}
-
-void* EventMemory::allocate(std::size_t bytes) {
+void* EventMemory::allocateElsewhere(std::size_t bytes) {
   static_assert(kLargest + kAlignment < kChunkBytes - sizeof(Chunk));
-  if (bytes > kLargest) [[unlikely]]
-    return blockOfItsOwn(bytes);
-  char* at = fitting(aligned(cursor_.at), cursor_.end, bytes);
-  if (!at) [[unlikely]] {
-    openChunk();
-    at = aligned(cursor_.at);
-  }
-  return take(at, bytes);
+  if (bytes > kLargest) return blockOfItsOwn(bytes);
+  openChunk();
+  return take(aligned(cursor_.at), bytes);
 }
 
-char* EventMemory::openRoom(std::size_t most) {
-  if (most > kLargest) [[unlikely]]
-    return blockOfItsOwn(most);
-  if (!fitting(cursor_.at, cursor_.end, most)) [[unlikely]]
-    openChunk();
-  ASAN_UNPOISON_MEMORY_REGION(cursor_.at, most);
-  return cursor_.at;
+char* EventMemory::openRoomElsewhere(std::size_t most) {
+  if (most > kLargest) return blockOfItsOwn(most);
+  openChunk();
+  return openRoom(most);
 }
 
-char* EventMemory::keepRoom(char* room, std::size_t used) {
-  if (room == cursor_.at) [[likely]]
-    return used > 0 ? take(room, used) : nullptr;
-  if (used > 0) return room;
-  free(room, 0);
+char* EventMemory::keepBlock(char* block, std::size_t used) {
+  if (used > 0) return block;
+  free(block, 0);
   return nullptr;
 }
 

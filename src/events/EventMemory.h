@@ -1,5 +1,12 @@
 #pragma once
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
+#define ASAN_UNPOISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
+#endif
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -37,7 +44,23 @@ class EventMemory {
     std::int64_t taken;
   };
 
-  static char* take(char* at, std::size_t bytes);
+  static constexpr std::uintptr_t kAlignment = 8;
+  static char* aligned(char* at) {
+    const auto address = reinterpret_cast<std::uintptr_t>(at);
+    return at + ((kAlignment - address % kAlignment) % kAlignment);
+  }
+  static bool fits(const char* at, std::size_t bytes) {
+    return cursor_.end - at >= static_cast<std::ptrdiff_t>(bytes);
+  }
+  static char* take(char* at, std::size_t bytes) {
+    ASAN_UNPOISON_MEMORY_REGION(at, bytes);
+    cursor_.at = at + bytes;
+    ++cursor_.taken;
+    return at;
+  }
+  static void* allocateElsewhere(std::size_t bytes);
+  static char* openRoomElsewhere(std::size_t most);
+  static char* keepBlock(char* block, std::size_t used);
   static char* blockOfItsOwn(std::size_t bytes);
   static void openChunk();
   static void closeChunk() noexcept;
@@ -48,6 +71,24 @@ class EventMemory {
   static constinit thread_local Cursor cursor_;
   static constinit thread_local FreeingMany* freeingMany_;
 };
+
+inline void* EventMemory::allocate(std::size_t bytes) {
+  char* const at = aligned(cursor_.at);
+  return fits(at, bytes) ? take(at, bytes) : allocateElsewhere(bytes);
+}
+
+inline char* EventMemory::openRoom(std::size_t most) {
+  if (most > kLargest || !fits(cursor_.at, most)) [[unlikely]]
+    return openRoomElsewhere(most);
+  ASAN_UNPOISON_MEMORY_REGION(cursor_.at, most);
+  return cursor_.at;
+}
+
+inline char* EventMemory::keepRoom(char* room, std::size_t used) {
+  if (room != cursor_.at) [[unlikely]]
+    return keepBlock(room, used);
+  return used > 0 ? take(room, used) : nullptr;
+}
 
 class EventMemory::FreeingMany {
  public:
