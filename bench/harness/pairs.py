@@ -14,7 +14,7 @@ from harness.table import Row
 # Settings and options of the agent that put a suite's process into its state. All others run with
 # the settings as installed.
 SETTINGS = {"suppressed": {"internal.disable.nestedrequests": "YES"},
-            "memory": {"internal.memory.limit": 4}}  # the least: what the agent itself has is enough
+            "memory": {"internal.memory.limit": 4}}  # the least: what the agent has itself fills it
 OPTIONS = {"disabled": "java=off"}
 
 RATIOS = [  # suite, ours, theirs, what, target
@@ -36,6 +36,8 @@ EXCESS = [  # suite, ours, the empty native with the same arguments, what
 MOST_EXCESS_NS = 40
 SUITES = list(dict.fromkeys(suite for suite, *_ in RATIOS + EXCESS))
 REFUSED_AS = {"disabled": "disabled", "memory": "memory"}
+
+AGENT_CASES = ["http", "sql", "http.idle", "http.alone"]
 
 # What one pair of a case leaves in a recording.
 RECORDED = {"jfr.one": ["bench.Request"], "jfr.two": ["bench.RequestBegin", "bench.RequestEnd"],
@@ -95,9 +97,9 @@ def spoken(command, directory, environment):
         try:
             for line in process.stdout:
                 output.take(line)
-            if process.wait():
+            if status := process.wait():
                 errors.seek(0)
-                raise Failed(f"the program ended with {process.returncode}: {errors.read()[-2000:]}")
+                raise Failed(f"the program ended with {status}: {errors.read()[-2000:]}")
         finally:
             process.kill()
             process.wait()
@@ -112,7 +114,7 @@ def check(suite, output):
                 raise Failed(f"JFR recorded {output.recorded.get(event, 0)} of "
                              f"{output.made[case]} {event}")
     ledger = output.ledger
-    calls = 2 * sum(n for case, n in output.made.items() if case in ("http", "sql", "http.idle", "http.alone"))
+    calls = 2 * sum(output.made.get(case, 0) for case in AGENT_CASES)
     if cause := REFUSED_AS.get(suite):
         if ledger[f"lost.{cause}"] < calls:
             raise Failed(f"{calls} calls should have been refused: {ledger}")

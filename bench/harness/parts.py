@@ -20,7 +20,7 @@ def of_startup(quick, say):
 
 
 def of_footprint(quick, say):
-    rounds, idle = (1, 2) if quick else (10, 5)
+    rounds, idle = (2, 2) if quick else (10, 5)
     return footprint.rows(footprint.measure(rounds, idle, say))
 
 

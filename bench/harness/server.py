@@ -10,8 +10,8 @@ from harness import figures, shop
 from harness.process import BUILD, Failed, Sink, java
 from harness.table import Row
 
-# As installed the agent drops events at these rates, which would be cheap: queues for two seconds of
-# them, and a connection that is written to as soon as there is something.
+# As installed the agent drops events at these rates, which would be cheap. So: queues for two
+# seconds of them, and a connection that is written to as soon as there is something.
 ROOMY = (("internal.probe.event.queue.size.limit", 200_000), ("internal.memory.limit", 500),
          ("networkagent.publish.frequency", 20))
 NONE = shop.NONE
@@ -32,7 +32,7 @@ class Plan:
     warm_up: int = 60_000  # requests to each server, after which its code is compiled
 
 
-QUICK = Plan(sessions=1, rounds=2, seconds=1, warm_up=5_000)
+QUICK = Plan(sessions=1, rounds=2, seconds=1, warm_up=20_000)
 
 
 @dataclasses.dataclass

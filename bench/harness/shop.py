@@ -21,16 +21,18 @@ UP = "Server startup in"
 
 @dataclasses.dataclass(frozen=True)
 class Way:
-    """How the server runs. Without the agent nothing of it is there: no filter, no driver."""
+    """How the server runs."""
     name: str
     agent: bool = True
+    web: bool = True  # the filter and the driver, which pass everything through without the agent
     level: int = 2
     settings: tuple = ()
     agent_options: str = ""
-    hook_off: bool = False  # a loader and a proxy are rewritten first, then the hook has no more to do
+    hook_off: bool = False  # a loader and a proxy are rewritten first, then it is done
 
 
-NONE = Way("none", agent=False)
+NONE = Way("none", agent=False, web=False)
+WEB_ONLY = Way("filter and driver", agent=False)
 LEVEL_1 = Way("level 1", level=1, settings=(("internal.disable.nestedrequests", "YES"),))
 LEVEL_2 = Way("level 2")
 HOOK_OFF = Way("level 2, hook off", hook_off=True)
@@ -48,7 +50,7 @@ def lay_out(base, way, port):
     shutil.copytree(BUILD / "demo" / "tomcat", base, symlinks=True)
     edit(base / "conf" / "server.xml",
          ("@PORT@", str(port)), ('maxThreads="20"', 'maxThreads="20" maxKeepAliveRequests="-1"'))
-    if not way.agent:
+    if not way.web:
         (base / "lib" / "velora-web.jar").unlink()
         edit(base / "conf" / "Catalina" / "localhost" / "shop.xml",
              ("com.velora.web.jdbc.VeloraDriver", "org.h2.Driver"), ("jdbc:velora:", "jdbc:"))

@@ -6,7 +6,6 @@ import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import jdk.jfr.Category;
-import jdk.jfr.Enabled;
 import jdk.jfr.Event;
 import jdk.jfr.Name;
 import jdk.jfr.Recording;
@@ -18,7 +17,6 @@ final class Flight implements AutoCloseable {
   @Name("bench.Request")
   @Category("bench")
   @StackTrace(false)
-  @Enabled(true)
   static final class Request extends Event {
     String name;
     String application;
