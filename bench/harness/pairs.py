@@ -1,6 +1,7 @@
 """Runs suites of the Java program and turns its bursts into rows."""
 
 import collections
+import contextlib
 import dataclasses
 import pathlib
 import re
@@ -72,9 +73,9 @@ class Output:
 
 def run(suite, rounds, profile=None):
     """One process; `profile` is a file for perf's samples."""
-    with Sink() as sink, lttng.session() as session, \
+    tracing = lttng.session() if suite == "pairs" else contextlib.nullcontext()
+    with Sink() as sink, tracing as traced, \
             home(SETTINGS.get(suite)) as place, tempfile.TemporaryDirectory() as scratch:
-        traced = session if suite == "pairs" else None
         command = [java(), "-Xms512m", "-Xmx512m", "-XX:+PreserveFramePointer",
                    *agent_options(place, sink.port, OPTIONS.get(suite, "")),
                    "-cp", f"{BUILD}/bench/bench.jar:{DIST}/lib/velora-boot.jar",
