@@ -67,10 +67,16 @@ class EventQueue {
   EventQueue(const EventQueue&) = delete;
   EventQueue& operator=(const EventQueue&) = delete;
 
-  void append(Event* event) {
+  // account() runs under the queue's lock, before anybody can take the event out.
+  template <class Account>
+  void append(Event* event, Account account) {
     const LockScope held(lock_);
+    account();
     waiting_.append(event);
     appended_.store(appended_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  }
+  void append(Event* event) {
+    append(event, [] {});
   }
   // Read without a lock: those in the hands of a consumer count until it has taken them out.
   int size() const {

@@ -81,8 +81,8 @@ bool ThreadData::appendEvent(Event* evt) {
   if (full && evt->isDroppable()) [[unlikely]]
     return dropForFullQueue(evt);
   if (!full && sentDroppedEvent_.load(std::memory_order_relaxed)) sentDroppedEvent_ = false;
-  addToMemCntr(evt->getType(), evt->size_);
-  evtQueue_->append(evt);  // from here on the event agent may have written and deleted it
+  // From here on the event agent may have written and deleted it.
+  evtQueue_->append(evt, [&] { addToMemCntr(evt->getType(), evt->size_); });
   return true;
 }
 
@@ -150,7 +150,8 @@ void ThreadData::deleteInFlightData() {
 
 void ThreadData::addToMemCntr(Event::EventType type, short size) {
   auto& counter = countsAsClassData(type) ? jvmpiAddCounter_ : jniAddCounter_;
-  counter.fetch_add(static_cast<unsigned long>(size), std::memory_order_relaxed);
+  counter.store(counter.load(std::memory_order_relaxed) + static_cast<unsigned long>(size),
+                std::memory_order_relaxed);
 }
 
 void ThreadData::delFromMemCntr(Event::EventType type, short size) {

@@ -40,7 +40,8 @@ class ThreadData : public virtual VeloraBase {
   void resetOnThreadEnd();
   void deleteInFlightData();
 
-  // The byte counters of queued events; CLASS and METHOD have a pair of their own.
+  // The byte counters of queued events; CLASS and METHOD have a pair of their own. One thread adds
+  // at a time: the queue's lock sees to that.
   void addToMemCntr(Event::EventType type, short size);
   void delFromMemCntr(Event::EventType type, short size);
   static bool countsAsClassData(Event::EventType type) {

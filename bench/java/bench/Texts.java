@@ -26,8 +26,10 @@ final class Texts {
     String[] applications = kept(APPLICATIONS, "shop-");
     String[] users = kept(USERS, "customer");
     String[] sources = kept(APPLICATIONS, "jdbc:h2:mem:shop-");
-    String[] statements = kept(PAGES,
-        "SELECT id, name, price, stock FROM items WHERE category = ? ORDER BY name LIMIT ");
+    String[] statements = new String[PAGES];
+    for (int i = 0; i < PAGES; i++) {
+      statements[i] = statement(2 + i % 16);
+    }
     for (int i = 0; i < COUNT; i++) {
       APPLICATION[i] = applications[i % APPLICATIONS];
       USER[i] = users[CHOICE.nextInt(USERS)];
@@ -45,6 +47,15 @@ final class Texts {
       NAME[i] = "/catalog/page-" + (10 + i % PAGES);
       URL[i] = "http://shop.example:8080" + NAME[i] + "?item=" + CHOICE.nextInt(1_000_000);
     }
+  }
+
+  /** Of 70 to 240 characters, as tools write them. */
+  private static String statement(int columns) {
+    StringBuilder text = new StringBuilder("SELECT i.id");
+    for (int i = 1; i < columns; i++) {
+      text.append(", i.column").append(i);
+    }
+    return text.append(" FROM items i WHERE i.category = ? ORDER BY i.id").toString();
   }
 
   private static String[] kept(int count, String prefix) {
