@@ -4,7 +4,7 @@
 
 static void drop(...) {}
 
-void TraceScope::note(const char*) const { static_cast<void>(site_); }
+void TraceScope::note(const TraceSite&, const char*) {}
 TraceCall traceCall(int) { return reinterpret_cast<TraceCall>(&drop); }
 KlgObject* traceTarget() { return nullptr; }
 MessageTarget messageTarget(Severity) {
