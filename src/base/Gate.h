@@ -37,10 +37,17 @@ class Gate {
   };
 
   // Either the closing thread sees this count, or this thread sees the gate closed: both sides
-  // write one word and then read the other, in one order for all (seq_cst).
+  // write one word and then read the other, with a barrier between. Gates are entered millions of
+  // times and closed once, so where the kernel can, the closing thread makes the barrier on all
+  // others' behalf.
   std::atomic<int>* enter(unsigned index) {
     std::atomic<int>& counter = stripes_[index].inside;
-    counter.fetch_add(1, std::memory_order_seq_cst);
+    if (closerBarriers_ && !ThreadIndex::isShared(index)) [[likely]] {
+      ThreadIndex::add(counter, 1, index);
+      std::atomic_signal_fence(std::memory_order_seq_cst);
+    } else {
+      counter.fetch_add(1, std::memory_order_seq_cst);
+    }
     if (!closed_.load(std::memory_order_seq_cst)) [[likely]]
       return &counter;
     leave(counter, index);
@@ -50,6 +57,7 @@ class Gate {
     ThreadIndex::add(counter, -1, index, std::memory_order_release);
   }
 
+  static const bool closerBarriers_;
   std::atomic<bool> closed_{false};
   std::array<Stripe, ThreadIndex::kCount> stripes_{};
 };

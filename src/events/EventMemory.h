@@ -1,15 +1,17 @@
 #pragma once
 
-#ifdef __SANITIZE_ADDRESS__
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "base/Sanitizers.h"
+
+#if VEL_ADDRESS_SANITIZER
 #include <sanitizer/asan_interface.h>
 #else
 #define ASAN_POISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
 #define ASAN_UNPOISON_MEMORY_REGION(memory, bytes) static_cast<void>(0)
 #endif
-
-#include <atomic>
-#include <cstddef>
-#include <cstdint>
 
 // Memory of events and of their texts. Each thread fills chunks of its own from front to back,
 // without a lock; whoever deletes an event, mostly an event agent, only counts. A chunk that is

@@ -31,7 +31,8 @@ static bool cancelsAll(JNIEnv* env, jstring requestName) {
 static std::unique_ptr<ServletEvent> closeRequest(JNIEnv* env, ThreadData& thr,
                                                   Event::EventSubType subType,
                                                   jstring requestName) {
-  thr.servletDepth_ = cancelsAll(env, requestName) ? 0 : thr.servletDepth_ - 1;
+  const bool outermost = thr.servletDepth_ == 1;  // its end leaves nothing open, whatever its name
+  thr.servletDepth_ = outermost || cancelsAll(env, requestName) ? 0 : thr.servletDepth_ - 1;
   auto event = std::make_unique<ServletEvent>(subType);
   event->servletDepth = thr.servletDepth_ + 1;
   return event;
