@@ -5,8 +5,10 @@ import java.io.IOException;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Collections;
+import java.util.HashMap;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
 import java.util.Random;
 
 /**
@@ -15,7 +17,10 @@ import java.util.Random;
  * Standard output gets a line for each burst and, at the end, what became of the events.
  */
 public final class Pairs {
-  private static final int WARM_UP_ROUNDS = 30;
+  private static final Random ORDER = new Random(1);
+  /** Both of them: some compilers are asked by counts, and all take their time. */
+  private static final int WARM_UP_ROUNDS = 60;
+  private static final long WARM_UP_NANOS = 6_000_000_000L;
 
   private Pairs() {}
 
@@ -45,18 +50,26 @@ public final class Pairs {
   }
 
   private static void measure(Suite suite, List<Suite.Run> runs, int rounds) {
-    Random order = new Random(1);
-    List<Suite.Run> shuffled = new ArrayList<>(runs);
-    for (int round = -WARM_UP_ROUNDS; round < rounds; round++) {
-      Collections.shuffle(shuffled, order);
-      for (Suite.Run run : shuffled) {
-        Team.Cost cost = run.team().run(run.each(), suite.burst());
-        run.each().settle();
-        if (round >= 0) {
-          say("burst", run.name(), round, cost.wall(), cost.cpu());
-        }
-      }
+    long warm = System.nanoTime() + WARM_UP_NANOS;
+    List<Suite.Run> order = new ArrayList<>(runs);
+    for (int round = 0; round < WARM_UP_ROUNDS || System.nanoTime() < warm; round++) {
+      round(suite, order);
     }
+    for (int round = 0; round < rounds; round++) {
+      int number = round;
+      round(suite, order).forEach(
+          (run, cost) -> say("burst", run.name(), number, cost.wall(), cost.cpu()));
+    }
+  }
+
+  private static Map<Suite.Run, Team.Cost> round(Suite suite, List<Suite.Run> runs) {
+    Collections.shuffle(runs, ORDER);
+    Map<Suite.Run, Team.Cost> costs = new HashMap<>();
+    for (Suite.Run run : runs) {
+      costs.put(run, run.team().run(run.each(), suite.burst()));
+      run.each().settle();
+    }
+    return costs;
   }
 
   private static void say(Object... words) {

@@ -45,7 +45,7 @@ final class Texts {
   static void renew() {
     for (int i = 0; i < COUNT; i++) {
       NAME[i] = "/catalog/page-" + (10 + i % PAGES);
-      URL[i] = "http://shop.example:8080" + NAME[i] + "?item=" + CHOICE.nextInt(1_000_000);
+      URL[i] = "http://shop.example" + NAME[i] + "/" + (100_000 + CHOICE.nextInt(900_000));
     }
   }
 
