@@ -147,5 +147,5 @@ def rows(outputs, clock):
             excess = [(a - b) / 2 for a, b in zip(bursts[ours], bursts[floor])]
             yield Row.of(what, excess, unit="ns", target=MOST_EXCESS_NS)
     for suite, output in outputs.items():
-        for case, bursts in getattr(output, clock).items():
+        for case, bursts in sorted(getattr(output, clock).items()):
             yield Row.of(f"{suite}: {case}, a pair", bursts, unit="ns")
