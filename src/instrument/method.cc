@@ -1,4 +1,6 @@
 #include <cstdint>
+#include <cstdlib>
+#include <utility>
 
 #include "base/Trace.h"
 #include "base/Utils.h"
@@ -8,8 +10,9 @@
 constexpr unsigned kMethodLocks = 67;
 
 int method_hash_size = 55511;
-// The buckets' sentinels; a method hangs behind that of its id.
-static Published<jmethod_t> method_hash;
+// The first method of each bucket. Most stay empty, and then cost no memory: zeroed pages do not
+// until they are written.
+static Published<jmethod_t*> method_hash;
 static Published<VelOsLock> methodTableLocks;  // kMethodLocks of them
 
 jmethod_t::jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner) {
@@ -50,24 +53,21 @@ unsigned getMethHashIndex(unsigned method_id) {
 
 void jmethod_t::addToMethodTable() {
   VEL_TRACE();
-  jmethod_t* heads = method_hash;
+  jmethod_t** heads = method_hash;
   if (!heads) return;
   bucket = getMethHashIndex(lowHalf(method_id));
   LockIfMade locked(lockOfBucket(bucket));
-  jmethod_t& head = heads[bucket];
-  next = head.next;
-  head.next = this;
+  next = std::exchange(heads[bucket], this);
 }
 
 void jmethod_t::removeFromMethodTable() {
   VEL_TRACE();
-  jmethod_t* heads = method_hash;
+  jmethod_t** heads = method_hash;
   if (!heads) return;
   LockIfMade locked(lockOfBucket(bucket));
-  for (jmethod_t* node = &heads[bucket]; node; node = node->next) {
-    if (node->next != this) continue;
-    node->next = next;
-    next = nullptr;
+  for (jmethod_t** link = &heads[bucket]; *link; link = &(*link)->next) {
+    if (*link != this) continue;
+    *link = std::exchange(next, nullptr);
     return;
   }
 }
@@ -79,11 +79,11 @@ void jmethod_t::forgetId() {
 
 bool visitMethod(jmethodID method_id, const std::function<void(const jmethod_t&)>& use) {
   VEL_TRACE();
-  const jmethod_t* heads = method_hash;
+  jmethod_t** heads = method_hash;
   if (!heads || !method_id) return false;
   const unsigned index = getMethHashIndex(lowHalf(method_id));
   LockIfMade locked(lockOfBucket(index));
-  for (const jmethod_t* node = heads[index].next; node; node = node->next) {
+  for (const jmethod_t* node = heads[index]; node; node = node->next) {
     if (node->method_id != method_id) continue;
     use(*node);
     return true;
@@ -101,11 +101,12 @@ void createMethodTable() {
   if (method_hash) return;
   if (method_hash_size <= 0) method_hash_size = 55511;
   traceMax("Method table hash size %d", method_hash_size);
-  method_hash = new jmethod_t[static_cast<std::size_t>(method_hash_size)];
+  method_hash = static_cast<jmethod_t**>(
+      std::calloc(static_cast<std::size_t>(method_hash_size), sizeof(jmethod_t*)));
 }
 
 void deleteMethodTable() {
   VEL_TRACE();
-  delete[] method_hash.get();
+  std::free(method_hash.get());
   method_hash = nullptr;
 }
