@@ -78,10 +78,11 @@ class EventQueue {
   void append(Event* event) {
     append(event, [] {});
   }
-  // Read without a lock: those in the hands of a consumer count until it has taken them out.
+  // Read without a lock: those in the hands of a consumer count until it has taken them out. In
+  // this order: who sees an event taken sees it appended, so that the size is never negative.
   int size() const {
-    return static_cast<int>(appended_.load(std::memory_order_relaxed) -
-                            taken_.load(std::memory_order_relaxed));
+    const unsigned taken = taken_.load(std::memory_order_acquire);
+    return static_cast<int>(appended_.load(std::memory_order_relaxed) - taken);
   }
   Event* pop();  // null when empty; the caller's from here
   // Takes out those that match(event).
@@ -135,7 +136,7 @@ class EventQueue::Consumer {
   void countTaken(int events) {
     std::atomic<unsigned>& taken = queue_.taken_;
     taken.store(taken.load(std::memory_order_relaxed) + static_cast<unsigned>(events),
-                std::memory_order_relaxed);
+                std::memory_order_release);
   }
 
   EventQueue& queue_;

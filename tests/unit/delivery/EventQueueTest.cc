@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -88,4 +90,19 @@ TEST_F(EventQueues, OrderOfEachAppender) {
     }
   }
   EXPECT_EQ(queue.size(), 0);
+}
+
+// What others see of a queue through which one event at a time goes.
+TEST_F(EventQueues, SizeIsNeverNegative) {
+  std::atomic<bool> stop{false};
+  std::jthread busy([&] {
+    while (!stop) {
+      put({1});
+      drop(queue.pop());
+    }
+  });
+  int least = 0;
+  for (int i = 0; i < 1'000'000; ++i) least = std::min(least, queue.size());
+  stop = true;
+  EXPECT_EQ(least, 0);
 }
