@@ -8,12 +8,15 @@
 // Far above any number of pieces: an open chunk never counts as all freed.
 constexpr std::int64_t kOpen = std::int64_t{1} << 40;
 constexpr int kMostPooled = 32;  // a megabyte; what is above goes back to the heap
+// The heap's own bytes between two blocks are part of the size: with a whole one the next aligned
+// block would lie two sizes further.
+constexpr std::size_t kUsedBytes = EventMemory::kChunkBytes - 2 * sizeof(void*);
 
 struct alignas(std::max_align_t) EventMemory::Chunk {
   std::atomic<std::int64_t> pieces;
   const bool ofItsOwn;  // a block for a single large piece
   char* begin() { return reinterpret_cast<char*>(this + 1); }
-  char* end() { return reinterpret_cast<char*>(this) + kChunkBytes; }
+  char* end() { return reinterpret_cast<char*>(this) + kUsedBytes; }
 };
 
 // Free chunks, each with the next one's address at its front.
@@ -43,9 +46,15 @@ static constinit ChunkPool pool;
 constinit std::atomic<std::size_t> EventMemory::chunksInUse_{0};
 constinit thread_local EventMemory::Cursor EventMemory::cursor_{nullptr, nullptr, 0};
 constinit thread_local EventMemory::FreeingMany* EventMemory::freeingMany_ = nullptr;
+// Nobody would close a chunk that the thread opens from here on: a thread that a server detaches
+// late in its end still reports.
+static constinit thread_local bool threadEnds = false;
 
 struct EventMemory::ClosesAtThreadEnd {
-  ~ClosesAtThreadEnd() { closeChunk(); }
+  ~ClosesAtThreadEnd() {
+    closeChunk();
+    threadEnds = true;
+  }
   void arm() const {}  // naming it has made it
 };
 
@@ -60,14 +69,14 @@ EventMemory::Chunk* EventMemory::chunkOf(const void* memory) {
 }
 
 void* EventMemory::allocateElsewhere(std::size_t bytes) {
-  static_assert(kLargest + kAlignment < kChunkBytes - sizeof(Chunk));
-  if (bytes > kLargest) return blockOfItsOwn(bytes);
+  static_assert(kLargest + kAlignment < kUsedBytes - sizeof(Chunk));
+  if (bytes > kLargest || threadEnds) return blockOfItsOwn(bytes);
   openChunk();
   return take(aligned(cursor_.at), bytes);
 }
 
 char* EventMemory::openRoomElsewhere(std::size_t most) {
-  if (most > kLargest) return blockOfItsOwn(most);
+  if (most > kLargest || threadEnds) return blockOfItsOwn(most);
   openChunk();
   return openRoom(most);
 }
@@ -88,7 +97,7 @@ void EventMemory::openChunk() {
   static thread_local const ClosesAtThreadEnd atThreadEnd;
   atThreadEnd.arm();
   void* memory = pool.take();
-  if (!memory) memory = alignedBytes(kChunkBytes);
+  if (!memory) memory = alignedBytes(kUsedBytes);
   closeChunk();
   auto* chunk = new (memory) Chunk{kOpen, false};
   chunksInUse_.fetch_add(1, std::memory_order_relaxed);
@@ -119,6 +128,6 @@ void EventMemory::release(Chunk* chunk, std::int64_t pieces) noexcept {
   if (chunk->pieces.fetch_sub(pieces, std::memory_order_acq_rel) != pieces) return;
   chunksInUse_.fetch_sub(1, std::memory_order_relaxed);
   const bool ofItsOwn = chunk->ofItsOwn;
-  ASAN_UNPOISON_MEMORY_REGION(chunk, ofItsOwn ? 0 : kChunkBytes);
+  ASAN_UNPOISON_MEMORY_REGION(chunk, ofItsOwn ? 0 : kUsedBytes);
   if (ofItsOwn || !pool.put(chunk)) std::free(chunk);
 }

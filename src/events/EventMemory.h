@@ -18,7 +18,7 @@
 // full and of which all is freed serves the next thread that needs one.
 class EventMemory {
  public:
-  static constexpr std::size_t kChunkBytes = 32'768;        // and their alignment
+  static constexpr std::size_t kChunkBytes = 32'768;        // alignment of chunks, and size
   static constexpr std::size_t kLargest = kChunkBytes / 4;  // what is larger has a block of its own
 
   static void* allocate(std::size_t bytes);  // aligned for events; throws std::bad_alloc
@@ -89,7 +89,9 @@ inline char* EventMemory::openRoom(std::size_t most) {
 inline char* EventMemory::keepRoom(char* room, std::size_t used) {
   if (room != cursor_.at) [[unlikely]]
     return keepBlock(room, used);
-  return used > 0 ? take(room, used) : nullptr;
+  char* const kept = used > 0 ? take(room, used) : nullptr;
+  ASAN_POISON_MEMORY_REGION(cursor_.at, cursor_.end - cursor_.at);  // what was not kept
+  return kept;
 }
 
 class EventMemory::FreeingMany {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <cstring>
@@ -102,3 +103,39 @@ TEST_F(EventMemories, FreedOnOtherThreads) {
     EXPECT_EQ(inUse(), before) << many;
   }
 }
+
+// What a thread makes when its thread-local data is gone already: a library that detaches its
+// threads from the JVM by such a key is met often.
+TEST_F(EventMemories, ThreadsThatReportLateInTheirEnd) {
+  static OwnedText late;
+  pthread_key_t key;
+  ASSERT_EQ(pthread_key_create(&key, [](void*) { late = OwnedText::copyOf(pattern(40)); }), 0);
+  onThread([key] {
+    pthread_setspecific(key, &late);
+    EXPECT_EQ(OwnedText::copyOf(pattern(7)).view(), pattern(7));
+  });
+  pthread_key_delete(key);
+  EXPECT_EQ(late.view(), pattern(40));
+  late = {};
+  EXPECT_EQ(inUse(), before);
+}
+
+#if VEL_ADDRESS_SANITIZER
+// Chunks are no heap blocks of the sanitizer's: it knows what is in use only from us.
+TEST_F(EventMemories, TheSanitizerKnowsWhatIsInUse) {
+  onThread([] {
+    const auto poisoned = [](const void* at) { return __asan_address_is_poisoned(at) != 0; };
+    auto event = std::make_unique<SQLEvent>(Event::START);
+    event->sql = OwnedText::filled(300, [](char* room) { return pattern(16).copy(room, 16); });
+    const char* const sql = event->sql.get();
+    const OwnedText next = OwnedText::copyOf(pattern(16));
+    EXPECT_FALSE(poisoned(sql));
+    EXPECT_TRUE(poisoned(next.get() + 16 + 8)) << "room that a text did not keep";
+    const void* const freed = event.get();
+    event.reset();
+    EXPECT_TRUE(poisoned(freed));
+    EXPECT_TRUE(poisoned(sql));
+    EXPECT_FALSE(poisoned(next.get()) || poisoned(next.get() + 16)) << "its neighbour";
+  });
+}
+#endif
