@@ -58,6 +58,21 @@ static std::uint64_t readCpuTime() {
   return ticks * 1'000'000'000u / static_cast<std::uint64_t>(ticksPerSecond);
 }
 
+std::uint64_t getCurrentThreadCpuTime() {
+  VEL_TRACE();
+  return readCpuTime();
+}
+
+static constinit std::atomic<std::uint64_t> lastCpuFigure{0};  // 0: not read yet
+
+// Two threads may read at once, and the slower one have the older figure.
+static void renewCpuFigure() {
+  const std::uint64_t read = readCpuTime();
+  std::uint64_t last = lastCpuFigure.load(std::memory_order_relaxed);
+  while (last < read && !lastCpuFigure.compare_exchange_weak(last, read)) {
+  }
+}
+
 // The kernel adds up every thread of the process for times(), to answer in ticks of 10 ms. So the
 // figure is read again only when some milliseconds have passed, by the one thread that sees it
 // first; the others have the figure before.
@@ -65,18 +80,12 @@ std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec) {
   VEL_TRACE();
   constexpr std::uint64_t kPeriodUs = 4'000;
   static constinit std::atomic<std::uint64_t> period{0};
-  static constinit std::atomic<std::uint64_t> figure{0};
   const std::uint64_t now = (sec * std::uint64_t{1'000'000} + usec) / kPeriodUs;
-  std::uint64_t before = period.load(std::memory_order_acquire);
+  std::uint64_t before = period.load(std::memory_order_relaxed);
   if (before != now && period.compare_exchange_strong(before, now)) [[unlikely]]
-    figure.store(readCpuTime(), std::memory_order_release);
-  return figure.load(std::memory_order_acquire);
-}
-
-std::uint64_t getCurrentThreadCpuTime() {
-  ULONG sec = 0, usec = 0;
-  getCurrentTime(&sec, &usec);
-  return getCurrentThreadCpuTime(sec, usec);
+    renewCpuFigure();
+  const std::uint64_t figure = lastCpuFigure.load(std::memory_order_relaxed);
+  return figure > 0 ? figure : readCpuTime();
 }
 
 std::uint64_t getPageSize() {

@@ -17,10 +17,11 @@ void thread_sleep(int ms);
 void setClockTick();
 long getClockTick();  // set at first use
 
-std::uint64_t getCurrentThreadCpuTime();  // the calling process's, as times() had it last
-std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec);  // for who has just read the clock
-ULONG getLinuxProcessCPUTime(pid_t pid);                       // ticks, children included
-long getLinuxAppServerCPUTime();                               // ticks
+std::uint64_t getCurrentThreadCpuTime();  // the calling process's, as times() has it
+// For events, with the time that they were stamped with: some milliseconds old at most.
+std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec);
+ULONG getLinuxProcessCPUTime(pid_t pid);  // ticks, children included
+long getLinuxAppServerCPUTime();          // ticks
 void getAppServerCPUTime(void* time_64bit);
 void getPlatformCPUTime(void* time_64bit);  // all processors, busy, nanoseconds
 double getPlatformCPUUtilization();         // percent; blocks its caller for 2000 ms

@@ -186,8 +186,8 @@ void setWLBCM(JVMPI_Event* event) {
 void getClocks(MethodEvent* m, bool start, JNIEnv* env) {
   VEL_TRACE();
   ThreadData* thr = ThreadMgr::getInstance()->getThreadLocalStorage(env);
-  if (start) getCurrentTime(&m->timeSec_, &m->timeUSec_);
-  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime());
+  getCurrentTime(&m->timeSec_, &m->timeUSec_);
+  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime(m->timeSec_, m->timeUSec_));
   m->cpuTime_ = thr ? thr->saveAndTestCPUTime(cpu) : cpu;
   if (!start) getCurrentTime(&m->timeSec_, &m->timeUSec_);
 }
