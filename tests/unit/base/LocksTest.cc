@@ -199,6 +199,7 @@ struct Counted {
 static InstanceSlot<Counted> countedSlot;
 
 TEST(InstanceSlot, MakesOneForAllThreadsAndAgainAfterDestroy) {
+  Counted::made = 0;
   std::atomic<Counted*> seen[4];
   {
     std::vector<std::jthread> threads;
