@@ -202,7 +202,7 @@ TEST_F(Pool, StopEndsPausesOfAnyLength) {
   std::thread network([] {
     NetworkAgentMgr::getInstance()->startNetworkAgent(theJvm().startThread("net agent").env(), 0);
   });
-  while (!agents()->isReady() || !AgentState::netMgrReady()) std::this_thread::yield();
+  while (!AgentState::eventMgrReady() || !AgentState::netMgrReady()) std::this_thread::yield();
   EXPECT_FALSE(AgentState::isDisabled());
   NetworkAgentMgr::getInstance()->stop();
   agents()->stop();
