@@ -32,7 +32,7 @@ std::atomic<long> MemoryMonitor::sqlLimit_{5000};
 
 constexpr std::int64_t kMegabyte = 1'000'000;
 
-static InstanceSlot<MemoryMonitor> slot;
+constinit InstanceSlot<MemoryMonitor> MemoryMonitor::slot_;
 
 // Between the two bounds the state stays, so that a load near the ceiling does not flap.
 static constexpr bool refuses(bool refusing, ULONG estimate, ULONG ceiling, ULONG margin) {
@@ -41,16 +41,11 @@ static constexpr bool refuses(bool refusing, ULONG estimate, ULONG ceiling, ULON
 static_assert(refuses(false, 60, 60, 2) && refuses(true, 59, 60, 2));
 static_assert(!refuses(false, 59, 60, 2) && !refuses(true, 58, 60, 2));
 
-MemoryMonitor* MemoryMonitor::getInstance() {
-  VEL_TRACE();
-  return slot.getOrCreate();
-}
-
-MemoryMonitor* MemoryMonitor::getIfPresent() { return slot.get(); }
+MemoryMonitor* MemoryMonitor::getIfPresent() { return slot_.get(); }
 
 void MemoryMonitor::destroy() {
   VEL_TRACE();
-  slot.destroy();
+  slot_.destroy();
 }
 
 MemoryMonitor::MemoryMonitor() : VeloraBase("MemoryMonitor") { VEL_TRACE(); }

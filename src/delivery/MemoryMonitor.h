@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "base/InstanceSlot.h"
+#include "base/Trace.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
 #include "base/types.h"
@@ -17,7 +18,10 @@ class ThreadData;
 // Keeps the agent's own native memory under a ceiling: above it every request native is refused.
 class MemoryMonitor : public virtual VeloraBase, public EventWeights {
  public:
-  static MemoryMonitor* getInstance();
+  static MemoryMonitor* getInstance() {
+    VEL_TRACE_AS("MemoryMonitor.cc");
+    return slot_.getOrCreate();
+  }
   static MemoryMonitor* getIfPresent();
   static void destroy();
   void start();
@@ -57,6 +61,7 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   void readProperties();
   void setResetTimer();
 
+  static InstanceSlot<MemoryMonitor> slot_;
   static inline SizeSample sqlSizes_{1000};
   VelLock lock_;
   std::atomic<unsigned long> memoryTaken_{0};

@@ -125,12 +125,6 @@ void ThreadData::withdraw(Event::EventType type, LossCause cause) {
   });
 }
 
-jlong ThreadData::saveAndTestCPUTime(jlong cpu) {
-  VEL_TRACE();
-  if (cpu > lastCpuTime_) lastCpuTime_ = cpu;
-  return lastCpuTime_;
-}
-
 void ThreadData::resetOnThreadEnd() {
   VEL_TRACE();
   ThreadMgr* threads = ThreadMgr::getInstance();

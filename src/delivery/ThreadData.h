@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/Trace.h"
 #include "base/VeloraBase.h"
 #include "delivery/EventQueue.h"
 #include "delivery/LossLedger.h"
@@ -35,7 +36,11 @@ class ThreadData : public virtual VeloraBase {
   // On the record's own thread: takes back what of this type still waits; it counts as lost.
   void withdraw(Event::EventType type, LossCause cause);
   // The highest CPU time so far: what is reported never goes down.
-  jlong saveAndTestCPUTime(jlong cpu);
+  jlong saveAndTestCPUTime(jlong cpu) {
+    VEL_TRACE_AS("ThreadData.cc");
+    if (cpu > lastCpuTime_) lastCpuTime_ = cpu;
+    return lastCpuTime_;
+  }
   // On the ending thread: the record leaves the table, its agent sends the rest and deletes it.
   void resetOnThreadEnd();
   void deleteInFlightData();

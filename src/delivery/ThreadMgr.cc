@@ -17,27 +17,15 @@ ThreadMgr::StoppedRing ThreadMgr::stoppedTIDCopyArr_;
 int ThreadMgr::stopIndex_ = -1;
 int ThreadMgr::stopTIDCnt_ = 0;
 
-static InstanceSlot<ThreadMgr> slot;
+constinit InstanceSlot<ThreadMgr> ThreadMgr::slot_;
 
 // How long a stop waits for natives that are still reporting; they take microseconds.
 constexpr int kGateWaitMs = 10'000;
 
-// The record that this thread found last. It is still the right one while nothing has left the
-// table: a record leaves it on its own thread, or at a stop, when no native is inside the gate.
-struct FoundRecord {
-  JNIEnv* env;
-  ThreadData* record;
-  std::uint64_t generation;
-};
-static thread_local constinit FoundRecord lastFound{nullptr, nullptr, 0};
-static std::atomic<std::uint64_t> tableGeneration{1};
+constinit thread_local ThreadMgr::FoundRecord ThreadMgr::lastFound_{nullptr, nullptr, 0};
+constinit std::atomic<std::uint64_t> ThreadMgr::tableGeneration_{1};
 
-ThreadMgr* ThreadMgr::getInstance() {
-  VEL_TRACE();
-  return slot.getOrCreate();
-}
-
-ThreadMgr* ThreadMgr::getIfPresent() { return slot.get(); }
+ThreadMgr* ThreadMgr::getIfPresent() { return slot_.get(); }
 
 ThreadMgr::ThreadMgr() : VeloraBase("ThreadMgr"), thrTable_(64, true, false) {
   VEL_TRACE();
@@ -81,21 +69,13 @@ void ThreadMgr::deleteAll(bool nobodyInside) {
   LockScope held(threadDataLock_);
   for (ThreadData* thr : records()) ended_.insert(thr);
   thrTable_.clear();
-  tableGeneration.fetch_add(1, std::memory_order_acq_rel);
+  tableGeneration_.fetch_add(1, std::memory_order_acq_rel);
   if (!nobodyInside) return;
   for (ThreadData* thr : ended_) delete thr;
   ended_.clear();
 }
 
 void ThreadMgr::destroy() { VEL_TRACE(); }
-
-ThreadData* ThreadMgr::getThreadData(JNIEnv* env) {
-  VEL_TRACE();
-  const std::uint64_t generation = tableGeneration.load(std::memory_order_acquire);
-  if (lastFound.env == env && lastFound.generation == generation && isReady()) [[likely]]
-    return lastFound.record;
-  return lookUp(env, generation);
-}
 
 ThreadData* ThreadMgr::lookUp(JNIEnv* env, std::uint64_t generation) {
   if (!isReady()) {
@@ -107,7 +87,7 @@ ThreadData* ThreadMgr::lookUp(JNIEnv* env, std::uint64_t generation) {
     return nullptr;
   }
   ThreadData* thr = findOrCreate(env, env);
-  if (thr) lastFound = {env, thr, generation};
+  if (thr) lastFound_ = {env, thr, generation};
   return thr;
 }
 
@@ -237,7 +217,7 @@ bool ThreadMgr::takeOut(JNIEnv* env) {
   ThreadData* thr = env ? thrTable_.get(env) : nullptr;
   if (!thr || !thrTable_.remove(env)) return false;
   ended_.insert(thr);
-  tableGeneration.fetch_add(1, std::memory_order_acq_rel);
+  tableGeneration_.fetch_add(1, std::memory_order_acq_rel);
   return true;
 }
 

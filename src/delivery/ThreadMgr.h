@@ -21,7 +21,10 @@
 // is the calling thread's own: only that thread, while it lives, may use it without visitThread.
 class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
  public:
-  static ThreadMgr* getInstance();
+  static ThreadMgr* getInstance() {
+    VEL_TRACE_AS("ThreadMgr.cc");
+    return slot_.getOrCreate();
+  }
   static ThreadMgr* getIfPresent();
   bool initializeAfterJVMPI();
   // Opens the stop gate.
@@ -36,7 +39,14 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
   }
 
   // Null: not started, no environment, or the event agents are not ready for a new record.
-  ThreadData* getThreadData(JNIEnv* env);
+  ThreadData* getThreadData(JNIEnv* env) {
+    VEL_TRACE_AS("ThreadMgr.cc");
+    const std::uint64_t generation = tableGeneration_.load(std::memory_order_acquire);
+    if (lastFound_.env == env && lastFound_.generation == generation &&
+        start_.load(std::memory_order_acquire)) [[likely]]
+      return lastFound_.record;
+    return lookUp(env, generation);
+  }
   ThreadData* getThreadData(const JVMPI_Event* event);
   ThreadData* getThreadLocalStorage(JNIEnv* env) {
     VEL_TRACE();
@@ -93,6 +103,17 @@ class ThreadMgr : public virtual VeloraBase, public ThreadModelSource {
  private:
   friend class InstanceSlot<ThreadMgr>;
   ThreadMgr();
+
+  // The record that this thread found last. It is still the right one while nothing has left the
+  // table: a record leaves it on its own thread, or at a stop, when no native is inside the gate.
+  struct FoundRecord {
+    JNIEnv* env;
+    ThreadData* record;
+    std::uint64_t generation;
+  };
+  static constinit thread_local FoundRecord lastFound_;
+  static std::atomic<std::uint64_t> tableGeneration_;
+  static InstanceSlot<ThreadMgr> slot_;
 
   ThreadData* lookUp(JNIEnv* env, std::uint64_t generation);
   ThreadData* find(JNIEnv* env, bool* usable);
