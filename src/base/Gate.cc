@@ -25,7 +25,11 @@ int Gate::inside() const {
 // A count may be seen that is about to turn away; it goes down by itself in a moment.
 bool Gate::closeAndWait(int limitMs) {
   closed_.store(true, std::memory_order_seq_cst);
-  if (closerBarriers_) barrierOnAllThreads(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+  if (closerBarriers_ && !barrierOnAllThreads(MEMBARRIER_CMD_PRIVATE_EXPEDITED)) {
+    // A process that was restored from a checkpoint has to ask anew.
+    barrierOnAllThreads(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
+    barrierOnAllThreads(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+  }
   for (int waited = 0; inside() != 0; ++waited) {
     if (waited >= limitMs) return false;
     thread_sleep(1);

@@ -7,7 +7,7 @@
 
 // Far above any number of pieces: an open chunk never counts as all freed.
 constexpr std::int64_t kOpen = std::int64_t{1} << 40;
-constexpr int kMostPooled = 32;  // a megabyte; what is above goes back to the heap
+constexpr int kMostPooled = 64;  // a megabyte; what is above goes back to the heap
 // The heap's own bytes between two blocks are part of the size: with a whole one the next aligned
 // block would lie two sizes further.
 constexpr std::size_t kUsedBytes = EventMemory::kChunkBytes - 2 * sizeof(void*);

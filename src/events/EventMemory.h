@@ -18,7 +18,7 @@
 // full and of which all is freed serves the next thread that needs one.
 class EventMemory {
  public:
-  static constexpr std::size_t kChunkBytes = 32'768;        // alignment of chunks, and size
+  static constexpr std::size_t kChunkBytes = 16'384;        // alignment of chunks, and size
   static constexpr std::size_t kLargest = kChunkBytes / 4;  // what is larger has a block of its own
 
   static void* allocate(std::size_t bytes);  // aligned for events; throws std::bad_alloc
