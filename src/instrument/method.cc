@@ -102,7 +102,7 @@ void createMethodTable() {
   if (method_hash_size <= 0) method_hash_size = 55511;
   traceMax("Method table hash size %d", method_hash_size);
   method_hash = static_cast<jmethod_t**>(
-      std::calloc(static_cast<std::size_t>(method_hash_size), sizeof(jmethod_t*)));
+      std::calloc(static_cast<std::size_t>(method_hash_size), sizeof(void*)));
 }
 
 void deleteMethodTable() {
