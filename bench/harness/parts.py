@@ -16,11 +16,11 @@ def of_native(quick, _):
 
 
 def of_startup(quick, say):
-    return startup.rows(startup.measure(2 if quick else 20, say))
+    return startup.rows(startup.measure(2 if quick else 15, say))
 
 
 def of_footprint(quick, say):
-    rounds, idle = (2, 2) if quick else (10, 5)
+    rounds, idle = (2, 2) if quick else (6, 5)
     return footprint.rows(footprint.measure(rounds, idle, say))
 
 

@@ -26,7 +26,7 @@ CONNECTIONS = 8
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
-    sessions: int = 5  # fresh servers each, so that the chance of one process's layout counts once
+    sessions: int = 3  # fresh servers each, so that the chance of one process's layout counts once
     rounds: int = 6
     seconds: float = 4
     warm_up: int = 60_000  # requests to each server, after which its code is compiled

@@ -4,6 +4,7 @@ import java.lang.management.ManagementFactory;
 import java.lang.management.ThreadMXBean;
 import java.util.concurrent.BrokenBarrierException;
 import java.util.concurrent.CyclicBarrier;
+import java.util.concurrent.atomic.AtomicInteger;
 
 /** Threads that run a burst of a case at the same time, each all of it. */
 final class Team {
@@ -17,6 +18,7 @@ final class Team {
   private final CyclicBarrier begin;
   private final CyclicBarrier end;
   private final Member[] members;
+  private final AtomicInteger ready = new AtomicInteger();
   private Case burstOf;
   private int pairs;
 
@@ -82,11 +84,21 @@ final class Team {
       }
     }
 
+    /** A burst is shorter than a thread takes to wake up: who has a core to itself awaits the others
+     *  awake. */
+    private void startTogether() {
+      int all = members.length * (ready.getAndIncrement() / members.length + 1);
+      while (members.length <= CORES && ready.get() < all) {
+        Thread.onSpinWait();
+      }
+    }
+
     /** The first pairs bring code and data back into the caches and are not measured. */
     private void burst() {
       int warm = pairs / 20;
       burstOf.prepare();
       burstOf.run(warm);
+      startTogether();
       long cpuBefore = CLOCK.getCurrentThreadCpuTime();
       begun = System.nanoTime();
       burstOf.run(pairs);
