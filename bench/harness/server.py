@@ -10,9 +10,11 @@ from harness import figures, shop
 from harness.process import BUILD, Failed, Sink, java
 from harness.table import Row
 
-# As installed the agent drops events at these rates, which would be cheap. So: queues for two
-# seconds of them, and a connection that is written to as soon as there is something.
-ROOMY = (("internal.probe.event.queue.size.limit", 200_000), ("internal.memory.limit", 500),
+# As installed the agent drops events at these rates, which would be cheap. So: packets ten times a
+# second, queues for seconds of them, and a connection that is written to as soon as there is
+# something.
+ROOMY = (("internal.probe.publishing.frequency", 100),
+         ("internal.probe.event.queue.size.limit", 200_000), ("internal.memory.limit", 500),
          ("networkagent.publish.frequency", 20))
 NONE = shop.NONE
 LEVEL_1, LEVEL_2 = (dataclasses.replace(way, settings=(*way.settings, *ROOMY))
@@ -26,10 +28,10 @@ CONNECTIONS = 8
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
-    sessions: int = 3  # fresh servers each, so that the chance of one process's layout counts once
-    rounds: int = 6
-    seconds: float = 4
-    warm_up: int = 60_000  # requests to each server, after which its code is compiled
+    sessions: int = 2  # fresh servers each, so that the chance of one process's layout counts once
+    rounds: int = 5
+    seconds: float = 3
+    warm_up: int = 40_000  # requests to each server, after which its code is compiled
 
 
 QUICK = Plan(sessions=1, rounds=2, seconds=1, warm_up=20_000)
