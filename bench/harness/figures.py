@@ -26,14 +26,14 @@ def interval(values, of=statistics.median, draws=2000, confidence=0.95):
     return found[int(rest * draws)], found[int((1 - rest) * draws) - 1]
 
 
-def nested_interval(sessions, draws=2000, confidence=0.95):
-    """The mean of the sessions' medians, and its bootstrap interval: sessions are drawn first, as
+def nested_interval(trials, draws=2000, confidence=0.95):
+    """The mean of the trials' medians, and its bootstrap interval: trials are drawn first, as
     their rounds have a process in common, then rounds within each."""
     def of(chosen):
         return statistics.fmean(statistics.median(rounds) for rounds in chosen)
     chance = random.Random(1)
     found = sorted(
         of([chance.choices(rounds, k=len(rounds))
-            for rounds in chance.choices(sessions, k=len(sessions))]) for _ in range(draws))
+            for rounds in chance.choices(trials, k=len(trials))]) for _ in range(draws))
     rest = (1 - confidence) / 2
-    return of(sessions), found[int(rest * draws)], found[int((1 - rest) * draws) - 1]
+    return of(trials), found[int(rest * draws)], found[int((1 - rest) * draws) - 1]

@@ -28,13 +28,13 @@ CONNECTIONS = 8
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
-    sessions: int = 2  # fresh servers each, so that the chance of one process's layout counts once
+    trials: int = 2  # fresh servers each, so that the chance of one process's layout counts once
     rounds: int = 5
     seconds: float = 3
     warm_up: int = 40_000  # requests to each server, after which its code is compiled
 
 
-QUICK = Plan(sessions=1, rounds=2, seconds=1, warm_up=20_000)
+QUICK = Plan(trials=1, rounds=2, seconds=1, warm_up=20_000)
 
 
 @dataclasses.dataclass
@@ -71,12 +71,12 @@ class Client:
 
 
 def measure(plan, say):
-    """Answers by load, way, session and round: of the highest and of the fixed rate."""
+    """Answers by load, way, trial and round: of the highest and of the fixed rate."""
     highest = collections.defaultdict(list)
     fixed = collections.defaultdict(list)
     rate = None
     with Sink() as sink, Client() as client:
-        for session in range(plan.sessions):
+        for trial in range(plan.trials):
             with contextlib.ExitStack() as servers:
                 started = {way: servers.enter_context(shop.running(way, sink.port))
                            for way in random.sample(WAYS, len(WAYS))}
@@ -88,7 +88,7 @@ def measure(plan, say):
             for way in WAYS:
                 highest[way].append(found[way, 0])
                 fixed[way].append(found[way, rate])
-            say(f"session {session + 1} of {plan.sessions}")
+            say(f"trial {trial + 1} of {plan.trials}")
     return highest, fixed, rate
 
 
@@ -119,19 +119,19 @@ def check_losses(servers):
 
 
 def more(answers, way, of):
-    """Percent more than without the agent, by session and round."""
+    """Percent more than without the agent, by trial and round."""
     return [[(of(a) / of(b) - 1) * 100 for a, b in zip(ours, theirs)]
             for ours, theirs in zip(answers[way], answers[NONE])]
 
 
-def row(what, sessions, **more_of_row):
-    middle, low, high = figures.nested_interval(sessions)
+def row(what, trials, **more_of_row):
+    middle, low, high = figures.nested_interval(trials)
     return Row(what, middle, low, high, unit="%", **more_of_row)
 
 
 def rows(highest, fixed, rate):
     for way in WAYS[1:]:
-        less = [[-value for value in session] for session in more(highest, way, lambda a: a.rate)]
+        less = [[-value for value in trial] for trial in more(highest, way, lambda a: a.rate)]
         yield row(f"{way.name}: throughput, less", less, target=MOST_LOSS_OF_THROUGHPUT[way])
         yield row(f"{way.name}: p99 at a fixed rate, more", more(fixed, way, lambda a: a.p99),
                   target=MOST_P99, note=f"{rate} requests/s")
@@ -139,10 +139,10 @@ def rows(highest, fixed, rate):
         yield row(f"{way.name}: server's CPU for a request, more",
                   more(fixed, way, lambda a: a.cpu))
     for way in WAYS:
-        each = [answer for session in highest[way] for answer in session]
+        each = [answer for trial in highest[way] for answer in trial]
         yield Row.of(f"{way.name}: requests a second at most", [a.rate for a in each],
                      unit="/s")
-        each = [answer for session in fixed[way] for answer in session]
+        each = [answer for trial in fixed[way] for answer in trial]
         for what, of in (("p50", lambda a: a.p50), ("p99", lambda a: a.p99),
                          ("server's CPU", lambda a: a.cpu)):
             yield Row.of(f"{way.name}: {what}", [of(a) for a in each], unit="us")
