@@ -5,13 +5,13 @@
 
 #include "native/CheapJvm.h"
 
-static const JavaString kRequest("CheckoutServlet");
-static const JavaString kApplication("shop");
-static const JavaString kUrl("http://shop.example.org:8080/shop/checkout");
-static const JavaString kUser("anna");
+static const JavaString kRequest(u"CheckoutServlet");
+static const JavaString kApplication(u"shop");
+static const JavaString kUrl(u"http://shop.example.org:8080/shop/checkout");
+static const JavaString kUser(u"anna");
 static const JavaString kStatement(
-    "SELECT item, price, amount FROM cart_line WHERE cart = ? AND state <> 'gone' ORDER BY item");
-static const JavaString kDataSource("jdbc/shop");
+    u"SELECT item, price, amount FROM cart_line WHERE cart = ? AND state <> 'gone' ORDER BY item");
+static const JavaString kDataSource(u"jdbc/shop");
 
 static void httpStart(BenchAgent& agent) {
   Java_com_velora_probe_ThreadManager_startNativeHttpRequest(agent.worker(), nullptr, nullptr,

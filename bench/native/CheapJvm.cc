@@ -1,27 +1,26 @@
 #include "native/CheapJvm.h"
 
-#include <algorithm>
+#include <cstring>
 #include <mutex>
 
 #include "fake/FakeJvm.h"
 
-static std::string_view asciiOf(jstring string) {
-  return reinterpret_cast<const JavaString*>(string)->ascii();
+static std::u16string_view unitsOf(jstring string) {
+  return reinterpret_cast<const JavaString*>(string)->units();
 }
 
 static jsize JNICALL length(JNIEnv*, jstring string) {
-  return static_cast<jsize>(asciiOf(string).size());
+  return static_cast<jsize>(unitsOf(string).size());
 }
 
-static void JNICALL utfRegion(JNIEnv*, jstring string, jsize start, jsize count, char* out) {
-  *std::copy_n(asciiOf(string).data() + start, count, out) = '\0';
+static void JNICALL region(JNIEnv*, jstring string, jsize start, jsize count, jchar* out) {
+  std::memcpy(out, unitsOf(string).data() + start, static_cast<std::size_t>(count) * sizeof *out);
 }
 
 static JNINativeInterface_ withCheapStrings() {
   JNINativeInterface_ table = *fakeJniTable();
   table.GetStringLength = length;
-  table.GetStringUTFLength = length;
-  table.GetStringUTFRegion = utfRegion;
+  table.GetStringRegion = region;
   return table;
 }
 

@@ -9,15 +9,15 @@
 // What the agent asks of a JVM all the time, at next to no cost. The fake JVM checks, locks and
 // looks up every reference and every monitor: that would be most of what is measured.
 
-// A Java string of ASCII. It must outlive its uses as a jstring.
+// A Java string. It must outlive its uses as a jstring.
 class JavaString {
  public:
-  constexpr explicit JavaString(std::string_view ascii) : ascii_(ascii) {}
+  constexpr explicit JavaString(std::u16string_view units) : units_(units) {}
   operator jstring() const { return reinterpret_cast<jstring>(const_cast<JavaString*>(this)); }
-  std::string_view ascii() const { return ascii_; }
+  std::u16string_view units() const { return units_; }
 
  private:
-  std::string_view ascii_;
+  std::u16string_view units_;
 };
 
 // From now on all strings that this environment sees are JavaStrings. A call on strings that is not

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "base/JniScope.h"
+#include "base/ModifiedUtf8.h"
 #include "base/Trace.h"
 
-constexpr std::size_t kBytesPerUnit = 3;
 constexpr jchar kReplacement = 0xFFFD;
 
 SecretText secretText(JNIEnv* env, jstring string, jsize units) {

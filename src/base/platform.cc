@@ -76,13 +76,11 @@ static void renewCpuFigure() {
 // The kernel adds up every thread of the process for times(), to answer in ticks of 10 ms. So the
 // figure is read again only when some milliseconds have passed, by the one thread that sees it
 // first; the others have the figure before.
-std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec) {
-  VEL_TRACE();
-  constexpr std::uint64_t kPeriodUs = 4'000;
+std::uint64_t recentCpuTime(std::uint64_t now) {
+  constexpr std::uint64_t kPeriod = 3'000'000;
   static constinit std::atomic<std::uint64_t> period{0};
-  const std::uint64_t now = (sec * std::uint64_t{1'000'000} + usec) / kPeriodUs;
   std::uint64_t before = period.load(std::memory_order_relaxed);
-  if (before != now && period.compare_exchange_strong(before, now)) [[unlikely]]
+  if (before != now / kPeriod && period.compare_exchange_strong(before, now / kPeriod))
     renewCpuFigure();
   const std::uint64_t figure = lastCpuFigure.load(std::memory_order_relaxed);
   return figure > 0 ? figure : readCpuTime();

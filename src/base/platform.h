@@ -18,8 +18,8 @@ void setClockTick();
 long getClockTick();  // set at first use
 
 std::uint64_t getCurrentThreadCpuTime();  // the calling process's, as times() has it
-// For events, with the time that they were stamped with: some milliseconds old at most.
-std::uint64_t getCurrentThreadCpuTime(ULONG sec, ULONG usec);
+// The same, 3 ms old at most: for who asks often and has the wall clock, in nanoseconds, at hand.
+std::uint64_t recentCpuTime(std::uint64_t now);
 ULONG getLinuxProcessCPUTime(pid_t pid);  // ticks, children included
 long getLinuxAppServerCPUTime();          // ticks
 void getAppServerCPUTime(void* time_64bit);

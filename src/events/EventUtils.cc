@@ -1,5 +1,6 @@
 #include "events/EventUtils.h"
 
+#include "base/EventClock.h"
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "base/platform.h"
@@ -21,9 +22,11 @@ bool EventUtils::appendRequestEvent(JNIEnv* env, ThreadData* thr, Event* request
 }
 
 void EventUtils::stamp(Event& event, JNIEnv* env, ThreadData* thr) {
+  const Stamp now = stampNow();
+  const auto cpu = static_cast<jlong>(now.cpu);
   event.env_ = env;
-  getCurrentTime(&event.timeSec_, &event.timeUSec_);
-  const auto cpu = static_cast<jlong>(getCurrentThreadCpuTime(event.timeSec_, event.timeUSec_));
+  event.timeSec_ = now.sec;
+  event.timeUSec_ = now.usec;
   event.cpuTime_ = thr ? thr->saveAndTestCPUTime(cpu) : cpu;
 }
 

@@ -1,13 +1,12 @@
 #include "events/JavaText.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "base/JniScope.h"
+#include "base/ModifiedUtf8.h"
 #include "base/Trace.h"
-
-// A UTF-16 unit takes at most three bytes in modified UTF-8.
-constexpr std::size_t kBytesPerUnit = 3;
 
 static bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
@@ -27,19 +26,15 @@ std::size_t cutLength(const char* text, std::size_t length, std::size_t limit) {
   return end;
 }
 
-// Fetches the first `units` units into room for three bytes each and a terminator; the bytes
-// fetched. Inside the string's own bounds nothing is raised. Not every JVM ends the text itself,
-// but each unit gives at least one byte and none a zero: where a zero stays behind `units` bytes,
-// each gave one. Else the end is sought in a room that was cleared before.
+// Fetches the first `units` units into room for three bytes each and one more; the bytes written.
+// As units they are fetched in one sweep, which the JVM's own conversion, byte by byte, is not.
+// They lie at the room's end, so that what is written in front of them reaches none that is not
+// read.
 static std::size_t fetch(JNIEnv* env, jstring string, std::size_t units, char* room) {
-  const auto count = static_cast<jsize>(units);
-  room[units] = '\0';
-  env->GetStringUTFRegion(string, 0, count, room);
-  if (room[units] == '\0') [[likely]]
-    return units;
-  std::memset(room + units, 0, (kBytesPerUnit - 1) * units + 1);
-  env->GetStringUTFRegion(string, 0, count, room);
-  return units + std::strlen(room + units);
+  const auto behind = reinterpret_cast<std::uintptr_t>(room + units);
+  auto* const wide = reinterpret_cast<jchar*>(behind + behind % alignof(jchar));
+  env->GetStringRegion(string, 0, static_cast<jsize>(units), wide);
+  return toModifiedUtf8(wide, units, room);
 }
 
 JavaText javaText(JNIEnv* env, jstring string, std::size_t limit) {
@@ -47,7 +42,7 @@ JavaText javaText(JNIEnv* env, jstring string, std::size_t limit) {
   if (all == 0) return {OwnedText::empty(), false};
   // One unit more than can be kept: the cut then sees what follows, and splits no pair.
   const std::size_t units = std::min(all, limit + 1);
-  const std::size_t most = units * kBytesPerUnit;
+  const std::size_t most = units * kBytesPerUnit + 1;
   bool cut = units < all;
   const auto fetchAndCut = [&](char* room) {
     const std::size_t length = fetch(env, string, units, room);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "fake/FakeJvm.h"
@@ -246,6 +247,11 @@ struct FakeJni {
     std::memcpy(out, bytes.c_str(), bytes.size() + 1);
   }
 
+  static void JNICALL GetStringRegion(JNIEnv* env, jstring text, jsize start, jsize length,
+                                      jchar* out) {
+    std::ranges::copy(region(env, text, start, length), out);
+  }
+
   // -- arrays
 
   static jsize JNICALL GetArrayLength(JNIEnv* env, jarray array) {
@@ -339,6 +345,7 @@ static JNINativeInterface_ makeTable() {
   PROVIDED(GetStringUTFChars);
   PROVIDED(ReleaseStringUTFChars);
   PROVIDED(GetStringUTFRegion);
+  PROVIDED(GetStringRegion);
   PROVIDED(GetArrayLength);
   PROVIDED(NewObjectArray);
   PROVIDED(GetObjectArrayElement);

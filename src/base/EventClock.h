@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/types.h"
+
+// When an event happened: the wall clock, at most 2 us late and never early, and the CPU time of
+// the process, some milliseconds old at most.
+struct Stamp {
+  ULONG sec = 0;
+  ULONG usec = 0;
+  std::uint64_t cpu = 0;  // nanoseconds
+};
+// Each thread's stamps go forward as long as nobody sets the clock back. In the common case neither
+// enters the kernel nor touches what other threads write.
+Stamp stampNow();
+
+// How fast the processor's counter runs: found out by two looks at it and at a clock.
+class TickRate {
+ public:
+  struct Look {
+    std::uint64_t ticks = 0;
+    std::uint64_t nanoseconds = 0;
+  };
+  // Nanoseconds for a tick in 2^-32, a thousandth too few, so that what is told with it is never
+  // ahead of a clock that the kernel adjusts; 0 until the two looks are far enough apart.
+  std::uint64_t learn(const Look& look);
+
+ private:
+  Look first_;
+};
