@@ -58,9 +58,10 @@ static void announceLoad(JNIEnv* env, jclass klass) {
     // Tried again, for a reader that was through before it could see the mark.
     if (reading || !undisturbed.try_lock()) return;
   }
-  if (!announceClass(env, klass)) return;
-  ClassRecord record(klass);
-  deliverLoad(env, record, idOf(env, klass, ObjectKind::klass), JVMPI_EVENT_CLASS_LOAD);
+  const jobjectID id = announceClass(env, klass);
+  if (!id) return;
+  ClassRecord record(klass, ClassRecord::Detail::announced);
+  deliverLoad(env, record, id, JVMPI_EVENT_CLASS_LOAD);
 }
 
 static void deliverMonitoring(JNIEnv* env, jclass klass) {
@@ -113,7 +114,7 @@ jint requestClassLoad(jobjectID id) {
   }
   const Local klass(env, classOf(env, id));
   if (!klass) return JVMPI_FAIL;
-  ClassRecord record(klass.get());
+  ClassRecord record(klass.get(), ClassRecord::Detail::everything);
   const std::shared_lock undisturbed(readingLock);
   return deliverLoad(env, record, id, type) ? JVMPI_SUCCESS : JVMPI_FAIL;
 }
@@ -141,7 +142,9 @@ ClassRecord* HeapReading::describe(jobjectID id) {
   if (record_ && id == described_) return record_.get();
   const Local klass(env_, classOf(env_, id));
   if (!klass) return nullptr;
-  record_ = std::make_unique<ClassRecord>(klass.get(), !unprepared_.contains(tagOf(id)));
+  record_ = std::make_unique<ClassRecord>(klass.get(), unprepared_.contains(tagOf(id))
+                                                           ? ClassRecord::Detail::unprepared
+                                                           : ClassRecord::Detail::everything);
   described_ = id;
   return record_.get();
 }

@@ -33,24 +33,20 @@ bool isPrepared(jclass klass) {
          (status & JVMTI_CLASS_STATUS_PREPARED) != 0;
 }
 
-static std::string textOf(const JvmtiPtr<char>& text) { return text.get() ? text.get() : ""; }
-
-ClassRecord::ClassRecord(jclass klass, bool prepared) {
-  JvmtiPtr<char> signature, source;
-  jvm.jvmti->GetClassSignature(klass, signature.out(), nullptr);
-  name_ = slashName(textOf(signature));
-  jvm.jvmti->GetSourceFileName(klass, source.out());
-  source_ = textOf(source);
-  if (!prepared) return;
-  readMethods(klass);
+ClassRecord::ClassRecord(jclass klass, Detail detail) {
+  JvmtiPtr<char> signature;
+  if (jvm.jvmti->GetClassSignature(klass, signature.out(), nullptr) == JVMTI_ERROR_NONE)
+    name_ = slashName(signature.get());
+  if (detail != Detail::unprepared) readMethods(klass, detail == Detail::everything);
+  if (detail == Detail::announced) return;
+  jvm.jvmti->GetSourceFileName(klass, source_.out());
+  if (detail == Detail::unprepared) return;
   readInterfaces(klass);
   readFields(klass);
-  pointAtTexts();
 }
 
 // First and last line of a method; a method without line numbers keeps kNoLine in both.
 static void readLines(jmethodID method, jint& first, jint& last) {
-  first = last = kNoLine;
   jint count = 0;
   JvmtiPtr<jvmtiLineNumberEntry> lines;
   if (jvm.jvmti->GetLineNumberTable(method, &count, lines.out()) != JVMTI_ERROR_NONE) return;
@@ -61,21 +57,24 @@ static void readLines(jmethodID method, jint& first, jint& last) {
   }
 }
 
-void ClassRecord::readMethods(jclass klass) {
+void ClassRecord::readMethods(jclass klass, bool withLines) {
   jint count = 0;
   JvmtiPtr<jmethodID> methods;
   if (jvm.jvmti->GetClassMethods(klass, &count, methods.out()) != JVMTI_ERROR_NONE) return;
-  methodTexts_.reserve(count);
-  methods_.reserve(count);
+  texts_.reserve(static_cast<std::size_t>(count));
+  methods_.reserve(static_cast<std::size_t>(count));
   for (jint i = 0; i < count; ++i) {
-    JvmtiPtr<char> name, signature;
-    if (jvm.jvmti->GetMethodName(methods[i], name.out(), signature.out(), nullptr) !=
+    Text text;
+    if (jvm.jvmti->GetMethodName(methods[i], text.name.out(), text.signature.out(), nullptr) !=
         JVMTI_ERROR_NONE)
       continue;
-    methodTexts_.push_back({textOf(name), textOf(signature)});
     JVMPI_Method& m = methods_.emplace_back();
+    m.method_name = text.name.get();
+    m.method_signature = text.signature.get();
+    m.start_lineno = m.end_lineno = kNoLine;
     m.method_id = methods[i];
-    readLines(methods[i], m.start_lineno, m.end_lineno);
+    if (withLines) readLines(methods[i], m.start_lineno, m.end_lineno);
+    texts_.push_back(std::move(text));
   }
 }
 
@@ -93,31 +92,22 @@ void ClassRecord::readFields(jclass klass) {
   JvmtiPtr<jfieldID> fields;
   if (jvm.jvmti->GetClassFields(klass, &count, fields.out()) != JVMTI_ERROR_NONE) return;
   for (jint i = 0; i < count; ++i) {
-    JvmtiPtr<char> name, signature;
+    Text text;
     jint modifiers = 0;
-    if (jvm.jvmti->GetFieldName(klass, fields[i], name.out(), signature.out(), nullptr) !=
+    if (jvm.jvmti->GetFieldName(klass, fields[i], text.name.out(), text.signature.out(), nullptr) !=
             JVMTI_ERROR_NONE ||
         jvm.jvmti->GetFieldModifiers(klass, fields[i], &modifiers) != JVMTI_ERROR_NONE)
       continue;
-    auto& texts = modifiers & kAccStatic ? staticTexts_ : instanceTexts_;
-    texts.push_back({textOf(name), textOf(signature)});
-  }
-}
-
-// Once all texts are there: until then they may still move.
-void ClassRecord::pointAtTexts() {
-  for (Text& t : staticTexts_) statics_.push_back({t.name.data(), t.signature.data()});
-  for (Text& t : instanceTexts_) instances_.push_back({t.name.data(), t.signature.data()});
-  for (std::size_t i = 0; i < methods_.size(); ++i) {
-    methods_[i].method_name = methodTexts_[i].name.data();
-    methods_[i].method_signature = methodTexts_[i].signature.data();
+    auto& kind = modifiers & kAccStatic ? statics_ : instances_;
+    kind.push_back({text.name.get(), text.signature.get()});
+    texts_.push_back(std::move(text));
   }
 }
 
 void ClassRecord::describe(JVMPI_Event& event, jobjectID id) {
   auto& load = event.u.class_load;
   load.class_name = name_.c_str();
-  load.source_name = source_.empty() ? nullptr : source_.data();
+  load.source_name = source_.get();
   load.num_interfaces = interfaceCount_;
   load.num_methods = static_cast<jint>(methods_.size());
   load.methods = methods_.data();

@@ -8,12 +8,19 @@
 
 namespace bridge {
 
-// A class as the class-load event describes it, and the owner of all that the event points to. A
-// class that is loaded but not yet prepared has no methods and no fields here: the JVM does not
-// tell them, and an error instead would put readers of a heap dump out of step.
+// A class as the class-load event describes it, and the owner of all that the event points to.
 class ClassRecord {
  public:
-  explicit ClassRecord(jclass klass, bool prepared = true);
+  enum class Detail {
+    // Names and methods. Each class of a server is announced, on the thread that loads it, and the
+    // rest would take as long again.
+    announced,
+    // No methods, no fields: the JVM does not tell them of a class that is loaded but not yet
+    // prepared, and an error instead would put readers of a heap dump out of step.
+    unprepared,
+    everything,  // interfaces, fields and lines as well, for who asks
+  };
+  ClassRecord(jclass klass, Detail detail);
   ClassRecord(const ClassRecord&) = delete;
   ClassRecord& operator=(const ClassRecord&) = delete;
 
@@ -23,16 +30,16 @@ class ClassRecord {
 
  private:
   struct Text {
-    std::string name, signature;
+    JvmtiPtr<char> name, signature;
   };
-  void readMethods(jclass klass);
+  void readMethods(jclass klass, bool withLines);
   void readInterfaces(jclass klass);
   void readFields(jclass klass);
-  void pointAtTexts();
 
-  std::string name_, source_;
+  std::string name_;
+  JvmtiPtr<char> source_;
   jint interfaceCount_ = 0;
-  std::vector<Text> methodTexts_, staticTexts_, instanceTexts_;
+  std::vector<Text> texts_;  // what the following point to
   std::vector<JVMPI_Method> methods_;
   std::vector<JVMPI_Field> statics_, instances_;
 };

@@ -39,8 +39,8 @@ template <class T>
 class JvmtiPtr {
  public:
   JvmtiPtr() = default;
-  JvmtiPtr(const JvmtiPtr&) = delete;
-  JvmtiPtr& operator=(const JvmtiPtr&) = delete;
+  JvmtiPtr(JvmtiPtr&& other) noexcept : ptr_(std::exchange(other.ptr_, nullptr)) {}
+  JvmtiPtr& operator=(JvmtiPtr&&) = delete;
   ~JvmtiPtr() {
     if (ptr_) jvm.jvmti->Deallocate(reinterpret_cast<unsigned char*>(ptr_));
   }

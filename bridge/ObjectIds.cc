@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 namespace bridge {
 
@@ -58,12 +59,12 @@ jobject objectOf(JNIEnv* env, jobjectID id) {
   return found == table().end() ? nullptr : env->NewLocalRef(found->second.reference);
 }
 
-bool announceClass(JNIEnv* env, jclass klass) {
+jobjectID announceClass(JNIEnv* env, jclass klass) {
   const std::lock_guard guard(tableLock);
   jlong tag;
   KnownObject* known = enter(env, klass, ObjectKind::klass, tag);
-  if (!known || known->announced) return false;
-  return known->announced = true;
+  if (!known || std::exchange(known->announced, true)) return nullptr;
+  return asObjectId(tag);
 }
 
 std::vector<jobjectID> forgetCollected(JNIEnv* env) {

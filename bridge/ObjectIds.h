@@ -18,9 +18,9 @@ jobjectID idOf(JNIEnv* env, jobject object, ObjectKind kind = ObjectKind::plain)
 // A new local reference, or null when the id is unknown or its object is gone.
 jobject objectOf(JNIEnv* env, jobjectID id);
 
-// Marks a class as shown to the agent; false when it already was. The events of a starting JVM
-// and the replay at VMInit overlap.
-bool announceClass(JNIEnv* env, jclass klass);
+// The id of a class that now counts as shown to the agent; null when it already was. The events of
+// a starting JVM and the replay at VMInit overlap.
+jobjectID announceClass(JNIEnv* env, jclass klass);
 
 // Forgets the objects that were collected; the ids of classes among them.
 std::vector<jobjectID> forgetCollected(JNIEnv* env);

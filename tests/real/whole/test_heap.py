@@ -117,8 +117,8 @@ class Heap(unittest.TestCase):
         self.check("-XX:-UseCompressedOops")
 
     def test_arrays(self):
-        """The JVM makes and drops some arrays of its own meanwhile: far less than these."""
-        made, noise = 100_000, 500
+        """The JVM makes and drops some arrays of its own meanwhile, half a megabyte and more."""
+        made = 300_000
         with Subject("-Xmx512m") as subject:
             for source, long_array, reference in (("snapshot", 96, 48), ("dump", 40, 28)):
                 subject.summary(source)
@@ -127,8 +127,8 @@ class Heap(unittest.TestCase):
                 after = subject.summary(source)
                 for kind, size in zip(ARRAYS, (long_array, reference)):
                     more = [a - b for a, b in zip(after.rows[kind], before.rows[kind])]
-                    self.assertAlmostEqual(more[1], made, delta=noise, msg=(source, kind))
-                    self.assertAlmostEqual(more[0] / size, made, delta=noise * 20,
+                    self.assertAlmostEqual(more[1], made, delta=made / 100, msg=(source, kind))
+                    self.assertAlmostEqual(more[0] / size, made, delta=made / 10,
                                            msg=(source, kind))
             self.assertUnharmed(subject.jvm)
 

@@ -36,7 +36,7 @@ public class Heap {
     interface Named { String NAME = "constant".concat("s"); }
     record Pair(int a, Named b) implements Named {}
 
-    private static final List<Object> kept = new ArrayList<>(1_000_000);
+    private static final List<Object> kept = new ArrayList<>(2_000_000);
     private static volatile boolean loading;
 
     public static void main(String[] args) throws Exception {
