@@ -26,11 +26,13 @@ def interval(values, of=statistics.median, draws=2000, confidence=0.95):
     return found[int(rest * draws)], found[int((1 - rest) * draws) - 1]
 
 
-def nested_interval(trials, draws=2000, confidence=0.95):
-    """The mean of the trials' medians, and its bootstrap interval: trials are drawn first, as
-    their rounds have a process in common, then rounds within each."""
-    def of(chosen):
-        return statistics.fmean(statistics.median(rounds) for rounds in chosen)
+def mean_of_medians(trials):
+    return statistics.fmean(statistics.median(rounds) for rounds in trials)
+
+
+def nested_interval(trials, of=mean_of_medians, draws=2000, confidence=0.95):
+    """`of` the trials, each a list of rounds, and its bootstrap interval: trials are drawn first,
+    as their rounds have a process in common, then rounds within each."""
     chance = random.Random(1)
     found = sorted(
         of([chance.choices(rounds, k=len(rounds))

@@ -38,6 +38,9 @@ MOST_EXCESS_NS = 40
 SUITES = list(dict.fromkeys(suite for suite, *_ in RATIOS + EXCESS))
 REFUSED_AS = {"disabled": "disabled", "memory": "memory"}
 
+# Compiled anew in each process, JFR's events differ by a third from one to the next.
+PROCESSES = {"pairs": 5}
+
 AGENT_CASES = ["http", "sql", "http.idle", "http.alone"]
 
 # What one pair of a case leaves in a recording.
@@ -64,11 +67,26 @@ class Output:
             self.ledger.update((name, int(number)) for name, number in
                                re.findall(r"([\w.]+)\s*[:=]\s*(-?\d+)", words[0]))
 
+    def add(self, other):
+        """The bursts of another process."""
+        for mine, others in ((self.wall, other.wall), (self.cpu, other.cpu)):
+            for case, bursts in others.items():
+                mine[case] += bursts
+
     def _burst(self, case, number, wall, cpu):
         for clock, value in ((self.wall, wall), (self.cpu, cpu)):
             if len(clock[case]) != max(int(number), 0):
                 raise Failed(f"round {number} of {case} is out of order")
             clock[case].append(float(value))
+
+
+def measure(suite, rounds):
+    """All rounds of a suite, in as many processes as it takes."""
+    processes = PROCESSES.get(suite, 1)
+    output, *others = [run(suite, max(rounds // processes, 2)) for _ in range(processes)]
+    for other in others:
+        output.add(other)
+    return output
 
 
 def run(suite, rounds, profile=None):

@@ -6,7 +6,7 @@ from harness import footprint, native, pairs, server, startup
 def of_pairs(quick, say):
     outputs = {}
     for suite in pairs.SUITES:
-        outputs[suite] = pairs.run(suite, 20 if quick else 200)
+        outputs[suite] = pairs.measure(suite, 20 if quick else 200)
         say(f"pairs: {suite}")
     return pairs.rows(outputs, "wall")
 
@@ -16,7 +16,7 @@ def of_native(quick, _):
 
 
 def of_startup(quick, say):
-    return startup.rows(startup.measure(2 if quick else 15, say))
+    return startup.rows(startup.measure(2 if quick else 20, say))
 
 
 def of_footprint(quick, say):
@@ -25,7 +25,7 @@ def of_footprint(quick, say):
 
 
 def of_server(quick, say):
-    return server.rows(*server.measure(server.QUICK if quick else server.Plan(), say))
+    return server.rows(say, quick)
 
 
 PARTS = {"pairs": of_pairs, "native": of_native, "startup": of_startup,

@@ -1,8 +1,9 @@
 """The shop under load, without the agent and with it."""
 
-import collections
+import concurrent.futures
 import contextlib
 import dataclasses
+import itertools
 import random
 import subprocess
 
@@ -10,39 +11,44 @@ from harness import figures, shop
 from harness.process import BUILD, Failed, Sink, java
 from harness.table import Row
 
-# As installed the agent drops events at these rates, which would be cheap. So: packets ten times a
-# second, queues for seconds of them, and a connection that is written to as soon as there is
-# something.
+NONE, LEVEL_1, LEVEL_2 = WAYS = [shop.NONE, shop.LEVEL_1, shop.LEVEL_2]
+MOST_LOSS_OF_THROUGHPUT = {LEVEL_1: 3, LEVEL_2: 5}  # percent
+MOST_P99 = 5
+CONNECTIONS = 8
+# Room for seconds of garbage: pauses for collections are then rarer than one request in a hundred.
+HEAP = ("-Xms768m", "-Xmx768m", "-Xmn512m", "-XX:+AlwaysPreTouch")
+# As installed a thread's queue has room for the events of some 400 requests between two packets; the
+# agent drops the rest, which would be cheap. So: packets ten times a second, queues for seconds of
+# events, and a connection that is written to as soon as there is something.
 ROOMY = (("internal.probe.publishing.frequency", 100),
          ("internal.probe.event.queue.size.limit", 200_000), ("internal.memory.limit", 500),
          ("networkagent.publish.frequency", 20))
-NONE = shop.NONE
-LEVEL_1, LEVEL_2 = (dataclasses.replace(way, settings=(*way.settings, *ROOMY))
-                    for way in (shop.LEVEL_1, shop.LEVEL_2))
-WAYS = [NONE, LEVEL_1, LEVEL_2]
-MOST_LOSS_OF_THROUGHPUT = {LEVEL_1: 3, LEVEL_2: 5}  # percent
-MOST_P99 = 5
-SHARE_OF_MAXIMUM = 0.4  # the fixed rate, of what the server can do without the agent
-CONNECTIONS = 8
 
 
 @dataclasses.dataclass(frozen=True)
-class Plan:
-    trials: int = 2  # fresh servers each, so that the chance of one process's layout counts once
-    rounds: int = 5
-    seconds: float = 3
-    warm_up: int = 40_000  # requests to each server, after which its code is compiled
+class Load:
+    rate: int  # requests a second; 0: as many as get answered
+    trials: int  # fresh servers each, so that the chance of one process's layout counts once
+    rounds: int
+    seconds: float
+    warm_up_rate: int = 2_000  # to all servers at once
+    warm_up_seconds: float = 15
+
+    def shortened(self):
+        return dataclasses.replace(self, trials=1, rounds=2, seconds=1, warm_up_seconds=5)
 
 
-QUICK = Plan(trials=1, rounds=2, seconds=1, warm_up=20_000)
+FIXED = Load(rate=1_000, trials=4, rounds=10, seconds=2)
+HIGHEST = Load(rate=0, trials=2, rounds=5, seconds=3)
+
+BUCKETS = 2_000  # of latencies; the last one ends at 7 minutes
 
 
 @dataclasses.dataclass
 class Answer:
     rate: float
-    p50: float
-    p99: float
     cpu: float  # microseconds of the server's processor time for a request
+    latencies: list  # requests by bucket, each 1 % longer than the one before
 
 
 class Client:
@@ -51,15 +57,18 @@ class Client:
             [java(), "-Xms256m", "-Xmx256m", "-cp", BUILD / "bench" / "bench.jar", "bench.Load"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
 
-    def load(self, server, seconds, rate=0):
+    def load(self, server, seconds, rate):
         before = server.cpu_seconds()
         self.process.stdin.write(f"{server.port} {CONNECTIONS} {seconds} {rate}\n")
         self.process.stdin.flush()
-        done, wrong, p50, p99 = self.process.stdout.readline().split()
+        done, wrong, *counts = self.process.stdout.readline().split()
         if wrong != "0" or float(done) == 0:
             raise Failed(f"{wrong} requests failed ({server.way.name})")
         cpu = (server.cpu_seconds() - before) / (float(done) * seconds) * 1e6
-        return Answer(float(done), float(p50), float(p99), cpu)
+        latencies = [0] * BUCKETS
+        for bucket, count in (map(int, pair.split(":")) for pair in counts):
+            latencies[min(bucket, BUCKETS - 1)] += count
+        return Answer(float(done), cpu, latencies)
 
     def __enter__(self):
         return self
@@ -70,45 +79,30 @@ class Client:
         self.process.stdout.close()
 
 
-def measure(plan, say):
-    """Answers by load, way, trial and round: of the highest and of the fixed rate."""
-    highest = collections.defaultdict(list)
-    fixed = collections.defaultdict(list)
-    rate = None
+def measure(load, say):
+    """Trials, each a list of rounds, each of them an answer by way."""
+    trials = []
     with Sink() as sink, Client() as client:
-        for trial in range(plan.trials):
+        for trial in range(load.trials):
             with contextlib.ExitStack() as servers:
-                started = {way: servers.enter_context(shop.running(way, sink.port))
-                           for way in random.sample(WAYS, len(WAYS))}
-                for server in started.values():
-                    warm_up(client, server, plan)
-                rate = rate or calibrated(client, started[NONE], plan.seconds)
-                found = alternate(plan, client, started, rate)
+                started = {way: servers.enter_context(shop.running(
+                    dataclasses.replace(way, settings=(*way.settings, *ROOMY)),
+                    sink.port, HEAP)) for way in random.sample(WAYS, len(WAYS))}
+                warm_up(load, started.values())
+                trials.append([{way: client.load(started[way], load.seconds, load.rate)
+                                for way in random.sample(WAYS, len(WAYS))}
+                               for _ in range(load.rounds)])
                 check_losses(started.values())
-            for way in WAYS:
-                highest[way].append(found[way, 0])
-                fixed[way].append(found[way, rate])
-            say(f"trial {trial + 1} of {plan.trials}")
-    return highest, fixed, rate
+            say(f"{load.rate or 'all'} requests/s: trial {trial + 1} of {load.trials}")
+    return trials
 
 
-def warm_up(client, server, plan):
-    done = 0
-    while done < plan.warm_up:
-        done += client.load(server, plan.seconds).rate * plan.seconds
-
-
-def calibrated(client, server, seconds):
-    return round(SHARE_OF_MAXIMUM * client.load(server, seconds).rate)
-
-
-def alternate(plan, client, started, rate):
-    found = collections.defaultdict(list)
-    for _ in range(plan.rounds):
-        for load in (0, rate):
-            for way in random.sample(WAYS, len(WAYS)):
-                found[way, load].append(client.load(started[way], plan.seconds, load))
-    return found
+def warm_up(load, servers):
+    def one(server):
+        with Client() as client:
+            client.load(server, load.warm_up_seconds, load.warm_up_rate)
+    with concurrent.futures.ThreadPoolExecutor(len(servers)) as pool:
+        list(pool.map(one, servers))
 
 
 def check_losses(servers):
@@ -118,31 +112,57 @@ def check_losses(servers):
             raise Failed(f"the agent lost events ({server.way.name}): {lost}")
 
 
-def more(answers, way, of):
-    """Percent more than without the agent, by trial and round."""
-    return [[(of(a) / of(b) - 1) * 100 for a, b in zip(ours, theirs)]
-            for ours, theirs in zip(answers[way], answers[NONE])]
+def percentile(answers, share):
+    """Of the latencies of all answers together."""
+    pooled = list(map(sum, zip(*(answer.latencies for answer in answers))))
+    wanted = share * sum(pooled)
+    reached = itertools.accumulate(pooled)
+    return 1.01 ** next(i for i, count in enumerate(reached) if count >= wanted)
 
 
-def row(what, trials, **more_of_row):
-    middle, low, high = figures.nested_interval(trials)
-    return Row(what, middle, low, high, unit="%", **more_of_row)
+def more_in_rounds(trials, way, of):
+    """Percent more than without the agent, the middle of the rounds, and its interval."""
+    return figures.nested_interval(
+        [[(of(each[way]) / of(each[NONE]) - 1) * 100 for each in rounds] for rounds in trials])
 
 
-def rows(highest, fixed, rate):
+def more_at_percentile(trials, way, share):
+    """The same of a percentile. Not round by round: a round has too few of the slow ones."""
+    def of(chosen):
+        rounds = [each for trial in chosen for each in trial]
+        ours, theirs = (percentile([each[w] for each in rounds], share) for w in (way, NONE))
+        return (ours / theirs - 1) * 100
+    return figures.nested_interval(trials, of, draws=300)
+
+
+def fixed_rows(trials):
     for way in WAYS[1:]:
-        less = [[-value for value in trial] for trial in more(highest, way, lambda a: a.rate)]
-        yield row(f"{way.name}: throughput, less", less, target=MOST_LOSS_OF_THROUGHPUT[way])
-        yield row(f"{way.name}: p99 at a fixed rate, more", more(fixed, way, lambda a: a.p99),
-                  target=MOST_P99, note=f"{rate} requests/s")
-        yield row(f"{way.name}: p50 at a fixed rate, more", more(fixed, way, lambda a: a.p50))
-        yield row(f"{way.name}: server's CPU for a request, more",
-                  more(fixed, way, lambda a: a.cpu))
+        less, low, high = more_in_rounds(trials, way, lambda a: a.rate)
+        yield Row(f"{way.name}: throughput, less", -less, -high, -low, unit="%",
+                  target=MOST_LOSS_OF_THROUGHPUT[way], note=f"{FIXED.rate} requests/s")
+        yield Row(f"{way.name}: p99, more", *more_at_percentile(trials, way, 0.99), unit="%",
+                  target=MOST_P99)
+        yield Row(f"{way.name}: p50, more", *more_at_percentile(trials, way, 0.5), unit="%")
+        yield Row(f"{way.name}: server's CPU for a request, more",
+                  *more_in_rounds(trials, way, lambda a: a.cpu), unit="%")
     for way in WAYS:
-        each = [answer for trial in highest[way] for answer in trial]
-        yield Row.of(f"{way.name}: requests a second at most", [a.rate for a in each],
-                     unit="/s")
-        each = [answer for trial in fixed[way] for answer in trial]
-        for what, of in (("p50", lambda a: a.p50), ("p99", lambda a: a.p99),
-                         ("server's CPU", lambda a: a.cpu)):
-            yield Row.of(f"{way.name}: {what}", [of(a) for a in each], unit="us")
+        each = [answers[way] for rounds in trials for answers in rounds]
+        yield Row.of(f"{way.name}: throughput", [a.rate for a in each], unit="/s")
+        for name, share in (("p50", 0.5), ("p99", 0.99)):
+            yield Row.of(f"{way.name}: {name} of a round", [percentile([a], share) for a in each],
+                         unit="us")
+        yield Row.of(f"{way.name}: server's CPU", [a.cpu for a in each], unit="us")
+
+
+def highest_rows(trials):
+    for way in WAYS[1:]:
+        less, low, high = more_in_rounds(trials, way, lambda a: a.rate)
+        yield Row(f"{way.name}: requests a second at most, less", -less, -high, -low, unit="%")
+    for way in WAYS:
+        yield Row.of(f"{way.name}: requests a second at most",
+                     [answers[way].rate for rounds in trials for answers in rounds], unit="/s")
+
+
+def rows(say, quick=False):
+    for load, rows_of in ((FIXED, fixed_rows), (HIGHEST, highest_rows)):
+        yield from rows_of(measure(load.shortened() if quick else load, say))

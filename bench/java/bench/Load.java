@@ -3,7 +3,8 @@ package bench;
 import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStreamReader;
-import java.util.Arrays;
+import java.util.Map;
+import java.util.TreeMap;
 import java.util.concurrent.atomic.AtomicInteger;
 import java.util.concurrent.atomic.AtomicLong;
 import java.util.concurrent.locks.LockSupport;
@@ -11,7 +12,8 @@ import java.util.concurrent.locks.LockSupport;
 /**
  * Requests to the shop. Each line of standard input, {@code PORT CONNECTIONS SECONDS RATE}, asks
  * for one load and gets one line: requests done for each second, those answered with another
- * status than 200, and the median and 99th percentile of the latency in microseconds.
+ * status than 200, and the latencies as {@code BUCKET:COUNT}, where a bucket of number n ends at
+ * 1.01<sup>n</sup> microseconds.
  *
  * <p>With a rate the requests have their times beforehand, and latency counts from there: a server
  * that stalls delays the answers to all requests that were due meanwhile, whether they could be
@@ -63,13 +65,17 @@ public final class Load {
     }
     int done = count.get();
     long took = Math.max(System.nanoTime(), end) - begin;
-    Arrays.sort(latencies, 0, done);
-    System.out.println(done / (took / 1e9) + " " + wrong + " " + percentile(done, 0.5) + " "
-        + percentile(done, 0.99));
+    StringBuilder line = new StringBuilder().append(done / (took / 1e9)).append(' ').append(wrong);
+    Map<Integer, Integer> buckets = new TreeMap<>();
+    for (int i = 0; i < done; i++) {
+      buckets.merge(bucketOf(latencies[i] / 1e3), 1, Integer::sum);
+    }
+    buckets.forEach((bucket, many) -> line.append(' ').append(bucket).append(':').append(many));
+    System.out.println(line);
   }
 
-  private double percentile(int done, double share) {
-    return done == 0 ? 0 : latencies[(int) (share * (done - 1))] / 1e3;
+  private static int bucketOf(double microseconds) {
+    return (int) Math.ceil(Math.log(Math.max(microseconds, 1)) / Math.log(1.01));
   }
 
   private void send() {

@@ -84,11 +84,18 @@ final class Team {
       }
     }
 
-    /** A burst is shorter than a thread takes to wake up: who has a core to itself awaits the others
-     *  awake. */
+    /** A burst is shorter than a thread takes to wake up, and than two that woke up on one core
+     *  share it: who has a core to itself is busy until the scheduler has seen it, and the others. */
     private void startTogether() {
+      if (members.length == 1 || members.length > CORES) {
+        return;
+      }
+      long seen = System.nanoTime() + 10_000_000L;
+      while (System.nanoTime() < seen) {
+        Thread.onSpinWait();
+      }
       int all = members.length * (ready.getAndIncrement() / members.length + 1);
-      while (members.length <= CORES && ready.get() < all) {
+      while (ready.get() < all) {
         Thread.onSpinWait();
       }
     }
