@@ -18,7 +18,7 @@ std::uint64_t TickRate::learn(const Look& look) {
   const std::uint64_t ticks = look.ticks - first_.ticks;
   const std::uint64_t passed = look.nanoseconds - first_.nanoseconds;
   if (passed < 50 * kMillisecond) return 0;
-  const bool usable = passed < kSecond;  // in between the machine may have slept
+  const bool usable = passed < kSecond && ticks > 0;  // in between the machine may have slept
   first_ = look;
   if (!usable) return 0;
   const double exact = static_cast<double>(passed) / static_cast<double>(ticks) * 0x1p32;

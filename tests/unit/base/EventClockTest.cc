@@ -47,4 +47,5 @@ TEST(EventClock, RateIsLearnedFromLooksNeitherTooCloseNorTooFarApart) {
   EXPECT_NEAR(learned / 0x1p32, 0.999 / 3, 1e-6);                     // 3 GHz
   EXPECT_EQ(rate.learn({1'000'000 + 300'000'000, 9'000 * kMs}), 0u);  // the counter had stopped
   EXPECT_NE(rate.learn({1'000'000 + 600'000'000, 9'100 * kMs}), 0u);
+  EXPECT_EQ(rate.learn({1'000'000 + 600'000'000, 9'200 * kMs}), 0u);  // it stands still
 }
