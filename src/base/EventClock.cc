@@ -43,10 +43,11 @@ static std::uint64_t nanosecondsOf(clockid_t clock) {
 
 static void learnRate() {
   static const bool trusted = kernelTrustsCounter();
+  if (!trusted) return;  // for good: every event comes by here
   static constinit std::mutex lock;
   static constinit TickRate learner;
   const std::unique_lock held(lock, std::try_to_lock);
-  if (trusted && held && knownRate.load(std::memory_order_relaxed) == 0)
+  if (held && knownRate.load(std::memory_order_relaxed) == 0)
     knownRate.store(learner.learn({__rdtsc(), nanosecondsOf(CLOCK_MONOTONIC_RAW)}),
                     std::memory_order_relaxed);
 }

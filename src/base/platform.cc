@@ -77,11 +77,10 @@ static void renewCpuFigure() {
 // figure is read again only when some milliseconds have passed, by the one thread that sees it
 // first; the others have the figure before.
 std::uint64_t recentCpuTime(std::uint64_t now) {
-  constexpr std::uint64_t kPeriod = 3'000'000;
   static constinit std::atomic<std::uint64_t> period{0};
+  const std::uint64_t current = now / 3'000'000;
   std::uint64_t before = period.load(std::memory_order_relaxed);
-  if (before != now / kPeriod && period.compare_exchange_strong(before, now / kPeriod))
-    renewCpuFigure();
+  if (before != current && period.compare_exchange_strong(before, current)) renewCpuFigure();
   const std::uint64_t figure = lastCpuFigure.load(std::memory_order_relaxed);
   return figure > 0 ? figure : readCpuTime();
 }

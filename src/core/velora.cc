@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "base/EventClock.h"
 #include "base/JniScope.h"
 #include "base/Jvmpi.h"
 #include "base/Messages.h"
@@ -182,10 +183,14 @@ void setWLBCM(JVMPI_Event* event) {
   if (jvmpi) jvmpi->DisableEvent(JVMPI_EVENT_CLASS_LOAD, nullptr);
 }
 
-// Both figures are there at once: no stamping falls into the measured interval, whichever its end.
-void getClocks(MethodEvent* m, bool, JNIEnv* env) {
+// The wall clock is first at a start and last at an end.
+void getClocks(MethodEvent* m, bool start, JNIEnv* env) {
   VEL_TRACE();
   EventUtils::stamp(*m, env, ThreadMgr::getInstance()->getThreadLocalStorage(env));
+  if (start) return;
+  const Stamp end = stampNow();
+  m->timeSec_ = end.sec;
+  m->timeUSec_ = end.usec;
 }
 
 void setClassType(JNIEnv*, jmethod_t* method, jobject, jclass) {
