@@ -46,14 +46,6 @@ TEST_F(CredentialsFile, WrittenExactly) {
   EXPECT_THAT(log.messages(), IsEmpty());
 }
 
-TEST_F(CredentialsFile, PasswordsAreMaskedWhenConfigured) {
-  settings(home, "internal.mask.passwords=yes\n");
-  EXPECT_EQ(generate("ann", "A"), 0);
-  EXPECT_EQ(said, "Encrypted password: ******** \nDecrypted password: ******** \npassword file " +
-                      path + " was properly created");
-  EXPECT_EQ(stored(), "ann/A");
-}
-
 TEST_F(CredentialsFile, WhatIsRefused) {
   const std::tuple<std::string, std::string, std::vector<std::string>> cases[] = {
       {"ann", std::string(1000, 'p'), {}},
@@ -80,35 +72,21 @@ TEST_F(CredentialsFile, MissingArguments) {
   const unsigned char none[] = {0xFF};
   unsigned char bytes[VelEncryptor::kScrambledRoom];
   const char* file = path.c_str();
-  const std::tuple<const char*, std::function<int()>, std::vector<std::string>> cases[] = {
-      {"no user", [&] { return encryptor.generatePasswordFile(nullptr, "p", file); }, {"1029"}},
-      {"no password", [&] { return encryptor.generatePasswordFile("u", nullptr, file); }, {"1029"}},
-      {"no name", [&] { return encryptor.generatePasswordFile("u", "p", nullptr); }, {"1029"}},
-      {"write: no name", [&] { return encryptor.writeToFile(nullptr, "u", none, 0); }, {"1026"}},
-      {"write: no user", [&] { return encryptor.writeToFile(file, nullptr, none, 0); }, {"1026"}},
-      {"write: nothing", [&] { return encryptor.writeToFile(file, "u", nullptr, 0); }, {"1026"}},
-      {"write: negative", [&] { return encryptor.writeToFile(file, "u", none, -1); }, {"1026"}},
-      {"get: no name",
-       [&] { return encryptor.getUidPaswdFromFile(nullptr, user, password, kWord); },
-       {"1022"}},
-      {"get: no user",
-       [&] { return encryptor.getUidPaswdFromFile(file, {}, password, kWord); },
-       {"1023"}},
-      {"get: no password",
-       [&] { return encryptor.getUidPaswdFromFile(file, user, {}, kWord); },
-       {"1023"}},
-      {"get: wrong word",
-       [&] { return encryptor.getUidPaswdFromFile(file, user, password, "word"); },
-       {}},
-      {"read: wrong word", [&] { return encryptor.readFromFile(nullptr, {}, {}, nullptr); }, {}},
-      {"read: no name", [&] { return encryptor.readFromFile(nullptr, {}, {}, kWord); }, {"1022"}},
-      {"read: no user", [&] { return encryptor.readFromFile(file, {}, bytes, kWord); }, {"1023"}},
-      {"read: no password",
-       [&] { return encryptor.readFromFile(file, user, {}, kWord); },
-       {"1023"}},
+  const std::pair<std::function<int()>, std::vector<std::string>> cases[] = {
+      {[&] { return encryptor.writeToFile(nullptr, "u", none, 0); }, {"1026"}},
+      {[&] { return encryptor.writeToFile(file, nullptr, none, 0); }, {"1026"}},
+      {[&] { return encryptor.writeToFile(file, "u", nullptr, 0); }, {"1026"}},
+      {[&] { return encryptor.writeToFile(file, "u", none, -1); }, {"1026"}},
+      {[&] { return encryptor.getUidPaswdFromFile(nullptr, user, password, kWord); }, {"1022"}},
+      {[&] { return encryptor.getUidPaswdFromFile(file, {}, password, kWord); }, {"1023"}},
+      {[&] { return encryptor.getUidPaswdFromFile(file, user, {}, kWord); }, {"1023"}},
+      {[&] { return encryptor.getUidPaswdFromFile(file, user, password, "word"); }, {}},
+      {[&] { return encryptor.readFromFile(nullptr, {}, {}, nullptr); }, {}},
+      {[&] { return encryptor.readFromFile(nullptr, {}, {}, kWord); }, {"1022"}},
+      {[&] { return encryptor.readFromFile(file, {}, bytes, kWord); }, {"1023"}},
+      {[&] { return encryptor.readFromFile(file, user, {}, kWord); }, {"1023"}},
   };
-  for (const auto& [why, call, messages] : cases) {
-    SCOPED_TRACE(why);
+  for (const auto& [call, messages] : cases) {
     log.clear();
     EXPECT_EQ(call(), -1);
     EXPECT_EQ(log.messages(), messages);
@@ -125,11 +103,7 @@ TEST_F(CredentialsFile, HostileFiles) {
   const std::tuple<const char*, std::string, const char*, std::vector<std::string>> cases[] = {
       {"empty", "", "null", {"1025 " + path}},
       {"one byte", "x", "null", {"1023"}},
-      {"no colon",
-       "ann\xFF"
-       "A",
-       "null",
-       {"1023"}},
+      {"no colon", "ann\xFF!", "null", {"1023"}},
       {"no colon anywhere", endless, "null", {"1023"}},
       {"colon too far behind", std::string(1024, 'u') + ":", "null", {"1023"}},
       {"colon only", ":", "/", {}},
@@ -218,14 +192,6 @@ TEST_F(CredentialsFile, TheLongestNameOfAFile) {
   EXPECT_TRUE(replacePrivateFile("here", {&text, 1}));
   std::filesystem::current_path(before);
   EXPECT_EQ(home.read("etc/here"), text);
-}
-
-TEST_F(CredentialsFile, ALoopOfLinks) {
-  std::filesystem::create_symlink(path, path);
-  EXPECT_EQ(stored(), "null");
-  EXPECT_THAT(log.messages(), ElementsAre("1024 " + path));
-  EXPECT_EQ(generate("ann", "A"), 0);
-  EXPECT_EQ(stored(), "ann/A");
 }
 
 TEST_F(CredentialsFile, AFailedReplacementLeavesNothingBehind) {

@@ -56,10 +56,8 @@ TEST_F(CredentialsNatives, WhatIsRefused) {
   generate(nullptr, s("p"), s(path));
   generate(s("u"), nullptr, s(path));
   generate(s("u"), s("p"), nullptr);
-  generate(s("u"), s(std::string(1001, 'p')), s(path));
   generate(s("u"), s(std::string(1'000'000, 'p')), s(path));
-  EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"1029", "1029", "1029", "1036 1000", "1036 1000"}));
+  EXPECT_EQ(log.messages(), (std::vector<std::string>{"1029", "1029", "1029", "1036 1000"}));
   EXPECT_FALSE(std::filesystem::exists(path));
 
   generate(s("ann"), s("secret"), s(path));

@@ -24,17 +24,11 @@ class Encryptor : public testing::Test {
   Recorder log;
 };
 
-TEST_F(Encryptor, KnownBytes) {
-  EXPECT_EQ(scrambled("A"), kScrambledA);
-  EXPECT_EQ(clear(kScrambledA), "A");
-  EXPECT_EQ(scrambled(""), "");
-  EXPECT_EQ(clear(""), "");
-}
-
 TEST_F(Encryptor, EveryByteAndLengthComesBack) {
+  EXPECT_EQ(scrambled("A"), kScrambledA);
   std::string all;
   for (int byte = 1; byte < 256; ++byte) all += static_cast<char>(byte);
-  for (const std::string& password : {all, std::string(1000, 'x'), std::string(1001, '\xFF')}) {
+  for (const std::string& password : {all, std::string(), std::string(1001, '\xFF')}) {
     const std::string bytes = scrambled(password);
     EXPECT_EQ(bytes.size(), 30 * password.size());
     EXPECT_EQ(clear(bytes), password);

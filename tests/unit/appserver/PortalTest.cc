@@ -49,14 +49,6 @@ TEST_F(Portal, ServletDepth) {
   EXPECT_EQ(PORTAL(getServletDepth)(env(), nullptr), 2);
 }
 
-TEST_F(Portal, NothingAfterTheStop) {
-  ProbeMgr::probeStop(env());
-  log.clear();
-  PORTAL(processPortalPageName)(env(), nullptr, s("Welcome"));
-  EXPECT_EQ(PORTAL(getServletDepth)(env(), nullptr), 0);
-  EXPECT_EQ(recorded(env()), -1);
-}
-
 TEST_F(Portal, EachConnectionGetsTheTableOnce) {
   EXPECT_TRUE(pushed().empty()) << "nothing was registered";
   const auto add = [&](jbyte id, jstring name) {
@@ -86,23 +78,4 @@ TEST_F(Portal, WaitingNamesAreReplaced) {
   auto records = recordsOf([&] { methods->pushMethodsToPS(env()); });
   EXPECT_EQ(records.size(), 3u);
   EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::reconnected), 2u);
-}
-
-TEST_F(Portal, NamesWaitForAnEventAgent) {
-  methods->putMethod(5, "A");
-  const auto before = LossLedger::snapshot();
-  ::ThreadAdopter* adopter = threadAdopter;
-  threadAdopter = nullptr;
-  methods->pushMethodsToPS(env());
-  methods->pushAgainIfMissed(env());
-  EXPECT_EQ(LossLedger::snapshot(), before);
-  threadAdopter = adopter;
-  const auto later = [&] { return recordsOf([&] { methods->pushAgainIfMissed(env()); }).size(); };
-  EXPECT_EQ(later(), 1u);
-  EXPECT_EQ(later(), 0u);
-  methods->pushMissed();
-  EXPECT_EQ(later(), 1u);
-  methods->pushMissed();
-  EXPECT_EQ(pushed().size(), 1u);
-  EXPECT_EQ(later(), 0u) << "the new connection has them";
 }

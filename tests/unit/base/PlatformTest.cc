@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
-
 #include "base/ThreadModelSource.h"
 #include "base/platform.h"
 #include "fake/FakeToolkit.h"
@@ -85,20 +83,4 @@ TEST(Platform, MachineFigures) {
   EXPECT_EQ(getTotalBytesOfMemory(),
             static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * getPageSize());
   EXPECT_EQ(getProcessVM() % 1024, 0u);
-}
-
-TEST(Platform, Directories) {
-  FakeToolkit toolkit;
-  toolkit.setTraceLevel(3000);
-  const std::string base = testing::TempDir() + "/velora-" + std::to_string(getpid());
-  EXPECT_FALSE(isDirExists(base.c_str()));
-  EXPECT_TRUE(makeDir(base.c_str()));
-  EXPECT_TRUE(isDirExists(base.c_str()));
-  EXPECT_FALSE(makeDir(base.c_str()));
-  EXPECT_THAT(toolkit.texts(),
-              ElementsAre(base + " doesn't exist",
-                          "Failed to create directory " + base + ", error code = 17"));
-  rmdir(base.c_str());
-  const std::unique_ptr<char[]> here(velora_getcwd());
-  EXPECT_TRUE(isDirExists(here.get()));
 }

@@ -5,8 +5,6 @@
 
 #include "base/Messages.h"
 #include "base/Trace.h"
-#include "base/VelException.h"
-#include "base/VelTracer.h"
 #include "base/VeloraBase.h"
 #include "fake/FakeToolkit.h"
 
@@ -106,13 +104,6 @@ TEST(Messages, AreSortedForTheCatalogue) {
   EXPECT_TRUE(std::ranges::is_sorted(kMessages, {}, &MessageRow::number));
 }
 
-// Without a toolkit every call goes nowhere.
-TEST(Messages, NeedNoToolkit) {
-  useKlgCalls(nullptr);
-  logInfo({1072, "Thread Manager started"});
-  VeloraBase("Some")._logError("f.cc", 1, "text");
-}
-
 TEST(VeloraBase, LogsUnderItsName) {
   FakeToolkit toolkit;
   const VeloraBase some("Some");
@@ -128,30 +119,4 @@ TEST(VeloraBase, LogsUnderItsName) {
   for (const auto& line : toolkit.lines()) seen.push_back(line.call + line.text);
   EXPECT_THAT(seen, ElementsAre("DebugMin[Some (f.cc@12)] 100%s \n", "Info[Some (f.cc@14)]  \n",
                                 "Warn[Some (f.cc@15)] w \n", "Error[Some (f.cc@16)] e \n"));
-}
-
-TEST(VelException, LogsWhenMade) {
-  FakeToolkit toolkit;
-  const VelException exception("no way");
-  const auto lines = toolkit.lines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0].call, "Error");
-  EXPECT_THAT(lines[0].text,
-              testing::MatchesRegex("\\[VelException \\(VelException.cc@[0-9]+\\)\\] no way \n"));
-  EXPECT_STREQ(exception.getMessage(), "no way");
-}
-
-TEST(VelTracer, ModeAndWhatItPrints) {
-  testing::internal::CaptureStdout();
-  VelTracer::initialize();
-  EXPECT_EQ(VelTracer("f()", 3).methIndex(), 0);
-  VelTracer::traceOn();
-  EXPECT_EQ(VelTracer("f()", 3).methIndex(), 3);
-  VelTracer::resetCounters();
-  EXPECT_TRUE(VelTracer::getMode());
-  VelTracer::traceOff();
-  EXPECT_FALSE(VelTracer::getMode());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "## Running in default mode ## \n## Tracer Mode: Default State: true \n"
-            "## Profile counters reset done## Tracer Mode: Default State: false \n");
 }

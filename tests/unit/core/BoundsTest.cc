@@ -1,8 +1,5 @@
 // Identity values at, above and far above their room, through everything that makes paths and
 // records of them. The address sanitizer sees what a comparison would not.
-#include <algorithm>
-#include <utility>
-
 #include "Core.h"
 #include "base/ProbeLog.h"
 #include "core/ProbeMgr.h"
@@ -21,12 +18,6 @@ class Bounds : public testing::TestWithParam<std::size_t> {
     VelJvmmi::destroy();
     AgentState::resetForTest();
     velIdentity = {};
-  }
-  static void forgetTexts() {
-    delete[] std::exchange(modFileName, nullptr);
-    for (int i = 0; i < velora_argc; ++i) delete[] velora_argv[i];
-    delete[] std::exchange(velora_argv, nullptr);
-    velora_argc = 0;
   }
   Home home;
   FakeJvm jvm;
@@ -51,32 +42,11 @@ TEST_P(Bounds, FromTheEnvironment) {
     setenv(name, value.c_str(), 1);
     ProbeMgr::onLoadInitialize(jvm.vm(), nullptr);
     EXPECT_EQ(std::string(*field), cut(value, 255));
-    forgetTexts();
+    forgetLoad();
     ProbeLog::destroy();
     PropertyMgr::destroy();
     unsetenv(name);
   }
-}
-
-TEST_P(Bounds, FromTheCommandLine) {
-  const std::string text(GetParam(), 'x');
-  const std::tuple<const char*, const char*, std::size_t> keys[] = {
-      {"-Dam.home=", velora_home, 1023},       {"-Dam.nodename=", nodename, 1023},
-      {"-Dam.appserver=", appname, 1023},      {"-Dam.profilename=", profilename, 1023},
-      {"-Dam.ext.dirs=", veloraextdirs, 1999},
-  };
-  std::vector<std::string> arguments;
-  for (const auto& [key, field, room] : keys) arguments.push_back(key + text);
-  std::vector<char*> pointers;
-  for (std::string& argument : arguments) pointers.push_back(argument.data());
-  pointers.push_back(nullptr);
-  velora_argv = pointers.data();
-  velora_argc = static_cast<int>(arguments.size());
-  initCommandLineArgs();
-  velora_argv = nullptr;
-  velora_argc = 0;
-  for (const auto& [key, field, room] : keys) EXPECT_EQ(field, cut(text, room)) << key;
-  for (char* field : {velora_home, nodename, appname, profilename, veloraextdirs}) *field = '\0';
 }
 
 // All values of the length at once: the longest paths and records that there can be.

@@ -42,16 +42,6 @@ TEST(ClassFilter, IncludeExcludeAndInternal) {
   EXPECT_EQ(isClassFiltered("a/B"), 0);
 }
 
-TEST(ClassFilter, Primitives) {
-  for (const char* name :
-       {"void", "byte", "long", "short", "char", "boolean", "int", "float", "double"})
-    EXPECT_EQ(is_primitive(primitive_list, name), 1) << name;
-  EXPECT_EQ(is_primitive(primitive_list, "Int"), 0);
-  EXPECT_EQ(is_primitive(primitive_list, "in"), 0);
-  EXPECT_EQ(is_primitive(primitive_list, nullptr), 0);
-  EXPECT_EQ(is_primitive(nullptr, "int"), 0);
-}
-
 // With the address or the thread sanitizer this fails when a list is freed under a reader.
 TEST(ClassFilter, ListsAreReplacedUnderReaders) {
   setClassFilterLists(list({}), list({"a/*"}));

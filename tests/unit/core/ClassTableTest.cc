@@ -50,10 +50,8 @@ TEST_F(ClassTable, OldestClassIsNeverFound) {
   EXPECT_EQ(getClassForName("a/Second"), second);
   EXPECT_EQ(getClassEntry(id(2)), second);
   EXPECT_EQ(getClassEntry(id(1)), nullptr);
-  EXPECT_EQ(getClassEntry(nullptr), nullptr);
-  EXPECT_EQ(getClassForName(nullptr), nullptr);
   EXPECT_EQ(second->sequenceID, 2u);
-  EXPECT_EQ(getCurrentClassSequence(), 2u);
+  EXPECT_EQ(load("a.Negative", 3, -1)->num_methods, 0);
 }
 
 TEST_F(ClassTable, ClonesOutliveTheirClass) {
@@ -110,11 +108,6 @@ TEST_F(ClassTable, ClassThatWasEnteredTwiceIsReportedOnce) {
   }
 }
 
-TEST_F(ClassTable, EventsWithoutMethods) {
-  EXPECT_EQ(load("a.Negative", 1, -1)->num_methods, 0);
-  EXPECT_EQ(load("a.None", 2, 0)->num_methods, 0);
-}
-
 TEST_F(ClassTable, FilterIsAppliedAgain) {
   jclass_t* oldest = load("x.Y", 1);
   EXPECT_EQ(oldest->is_filtered, 0);
@@ -122,11 +115,4 @@ TEST_F(ClassTable, FilterIsAppliedAgain) {
   reapplyFilter();
   EXPECT_EQ(oldest->is_filtered, 1);
   setClassFilterLists(nullptr, nullptr);
-}
-
-TEST(MethodTable, Bucket) {
-  const int before = method_hash_size;
-  method_hash_size = 1000;
-  EXPECT_EQ(getMethHashIndex(0x00010008), 193u);
-  method_hash_size = before;
 }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
+
+#include "core/velora.h"
 
 std::vector<std::string> Recorder::messages() const {
   std::vector<std::string> messages;
@@ -44,6 +47,13 @@ std::string Home::read(const std::string& relative) const {
   std::ostringstream text;
   text << std::ifstream(path(relative), std::ios::binary).rdbuf();
   return text.str();
+}
+
+void forgetLoad() {
+  delete[] std::exchange(modFileName, nullptr);
+  for (int i = 0; i < velora_argc; ++i) delete[] velora_argv[i];
+  delete[] std::exchange(velora_argv, nullptr);
+  velora_argc = 0;
 }
 
 PropertyMgr& settings(const Home& home, const std::string& text) {

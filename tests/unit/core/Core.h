@@ -47,6 +47,9 @@ class Home {
 // The settings of a fresh process with this text as its settings file.
 PropertyMgr& settings(const Home& home, const std::string& text = "");
 
+// What one load of the library keeps for good.
+void forgetLoad();
+
 // An environment variable for the length of a block.
 class Environment {
  public:

@@ -82,39 +82,35 @@ TEST_F(Dispatcher, EveryEventDisabledAndEnabled) {
   EventDispatcher(nullptr);
 }
 
+// Whether a native has made the thread's record already or not.
 TEST_F(Dispatcher, ThreadsComeAndGo) {
   collecting();
   JVMPI_Event start{};
   char name[] = "worker", group[] = "pool";
   start.u.thread_start.thread_name = name;
   start.u.thread_start.group_name = group;
-  dispatch(JVMPI_EVENT_THREAD_START, start);
-  ThreadData* thr = ThreadMgr::getInstance()->getThreadDataIfPresent(jvm.env());
-  ASSERT_NE(thr, nullptr);
-  EXPECT_STREQ(thr->getThreadName(), "worker");
-  EXPECT_STREQ(thr->getGroupName(), "pool");
-  EXPECT_EQ(thr->getPID(), getpid());
-  EXPECT_EQ(thr->getPPID(), getppid());
-  dispatch(JVMPI_EVENT_THREAD_END, start);
-  EXPECT_EQ(recorded(jvm.env()), -1);
+  for (const bool known : {false, true}) {
+    if (known) ThreadMgr::getInstance()->getThreadData(jvm.env());
+    dispatch(JVMPI_EVENT_THREAD_START, start);
+    ThreadData* thr = ThreadMgr::getInstance()->getThreadDataIfPresent(jvm.env());
+    ASSERT_NE(thr, nullptr);
+    EXPECT_STREQ(thr->getThreadName(), "worker");
+    EXPECT_STREQ(thr->getGroupName(), "pool");
+    EXPECT_EQ(thr->getPID(), getpid());
+    EXPECT_EQ(thr->getPPID(), getppid());
+    dispatch(JVMPI_EVENT_THREAD_END, start);
+    EXPECT_EQ(recorded(jvm.env()), -1);
+  }
 }
 
-TEST_F(Dispatcher, NamesReachARecordThatANativeMade) {
-  collecting();
-  ASSERT_NE(ThreadMgr::getInstance()->getThreadData(jvm.env()), nullptr);
-  JVMPI_Event start{};
-  char name[] = "late";
-  start.u.thread_start.thread_name = name;
-  dispatch(JVMPI_EVENT_THREAD_START, start);
-  EXPECT_STREQ(ThreadMgr::getInstance()->getThreadDataIfPresent(jvm.env())->getThreadName(),
-               "late");
-}
-
-TEST_F(Dispatcher, ArraysPrimitivesAndNamelessClassesMakeNoEntry) {
+TEST_F(Dispatcher, WhatMakesNoClassEntry) {
   collecting();
   const int before = classes();
   for (const char* name : {"[Ljava/lang/String;", "int", "void", static_cast<const char*>(nullptr)})
     dispatch(JVMPI_EVENT_CLASS_LOAD, classLoad(name));
+  MemoryMonitor::uLimitReached_ = true;
+  dispatch(JVMPI_EVENT_CLASS_LOAD, classLoad("a.B"));
+  MemoryMonitor::uLimitReached_ = false;
   EXPECT_EQ(classes(), before);
 }
 
@@ -167,15 +163,6 @@ TEST_F(Dispatcher, HeapDumpAsksForClasses) {
   EXPECT_EQ(doingHeapDump, 0);
 }
 
-TEST_F(Dispatcher, NoClassEntryAtTheMemoryCeiling) {
-  collecting();
-  const int before = classes();
-  MemoryMonitor::uLimitReached_ = true;
-  dispatch(JVMPI_EVENT_CLASS_LOAD, classLoad("a.B"));
-  MemoryMonitor::uLimitReached_ = false;
-  EXPECT_EQ(classes(), before);
-}
-
 TEST_F(Dispatcher, BootstrapNativeIsRegisteredOnce) {
   FakeClass& bootstrap = jvm.defineClass("com/velora/bcm/bootstrap/BcmBootstrap");
   bootstrap.staticMethod("instrumentClassFromJVMPI", "([BLjava/lang/String;)[B",
@@ -202,23 +189,4 @@ TEST_F(Dispatcher, BootstrapNativeIsTriedOnce) {
   EXPECT_TRUE(log.traced("Can not obtain JNIEnv pointer"));
   EXPECT_TRUE(inRegisterBcmBootstrapNative) << "which keeps every later attempt away";
   EXPECT_FALSE(isBcmBootstrapNativeRegistered);
-}
-
-extern "C" void Java_com_velora_bcm_bootstrap_BcmBootstrap_defineNativeMethodsForClassNative(
-    JNIEnv*, jobject, jclass, jstring);
-
-TEST_F(Dispatcher, NativesOfOtherClasses) {
-  const auto define = [&](const char* name) {
-    log.clear();
-    FakeClass& cls = jvm.defineClass("x/Y");
-    Java_com_velora_bcm_bootstrap_BcmBootstrap_defineNativeMethodsForClassNative(
-        jvm.env(), nullptr, jvm.ref(cls), jvm.string(name));
-    return log.traces();
-  };
-  EXPECT_THAT(define("a.B"),
-              testing::ElementsAre("No native method registration for class %s a.B"));
-  EXPECT_EQ(define("com.velora.probe.lock.LockAnalysisRuntime").size(), 1u);
-  Java_com_velora_bcm_bootstrap_BcmBootstrap_defineNativeMethodsForClassNative(jvm.env(), nullptr,
-                                                                               nullptr, nullptr);
-  EXPECT_EQ(jvm.heldChars(), 0);
 }

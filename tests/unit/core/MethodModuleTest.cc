@@ -1,8 +1,5 @@
-#include <com_velora_bcm_bootstrap_BcmBootstrap.h>
 #include <com_velora_command_MethodLevelModule.h>
-#include <com_velora_probe_heap_HeapAnalysisRuntime.h>
 #include <com_velora_probe_l3trace_BcmRuntime.h>
-#include <com_velora_probe_lock_LockAnalysisRuntime.h>
 #include <gmock/gmock.h>
 
 #include "Agent.h"
@@ -151,32 +148,4 @@ TEST_F(MethodModule, NothingAtTheMemoryCeilingNorWithoutARecordOfTheThread) {
   EXPECT_FALSE(Java_com_velora_probe_l3trace_BcmRuntime_appendL3Event(env, nullptr, 1, 1));
   EXPECT_THAT(log.messages(), IsEmpty());
   EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::noThread), 1u);
-}
-
-TEST_F(MethodModule, NativesAreRegisteredForThreeClasses) {
-  const std::pair<const char*, std::vector<std::string>> cases[] = {
-      {"com.velora.probe.l3trace.BcmRuntime",
-       {"appendL3Event(BI)Z",
-        "sendClassEventNative(ILjava/lang/String;[I[Ljava/lang/String;[Ljava/lang/String;)Z",
-        "sendClassUnloadEventNative(ILjava/lang/String;[I)Z"}},
-      {"com.velora.probe.heap.HeapAnalysisRuntime",
-       {"nativeHeapAllocationStart(IILjava/lang/String;)V",
-        "nativeHeapAllocationEnd(IILjava/lang/String;)V"}},
-      {"com.velora.probe.lock.LockAnalysisRuntime",
-       {"appendEvent(BLjava/lang/String;IBLjava/lang/String;Ljava/lang/String;II)Z"}},
-  };
-  for (const auto& [name, natives] : cases) {
-    SCOPED_TRACE(name);
-    log.clear();
-    FakeClass& cls = jvm.defineClass(name);
-    Java_com_velora_bcm_bootstrap_BcmBootstrap_defineNativeMethodsForClassNative(
-        env, nullptr, jvm.ref(cls), jvm.string(name));
-    std::vector<std::string> registered;
-    for (const FakeNative& native : cls.natives()) {
-      EXPECT_NE(native.function, nullptr);
-      registered.push_back(native.name + native.signature);
-    }
-    EXPECT_EQ(registered, natives);
-    EXPECT_TRUE(log.traced(std::string("Successfully registered native methods for %s ") + name));
-  }
 }

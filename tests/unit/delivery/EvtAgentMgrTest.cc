@@ -24,15 +24,6 @@ class Pool : public Delivery {
   static EvtAgentMgr* agents() { return EvtAgentMgr::getInstance(); }
 };
 
-TEST_F(Pool, ImproperIdsAreIgnored) {
-  start("2");
-  for (const int id : {-1, 2, 1000}) {
-    agents()->startEvtAgent(theJvm().env(), id);
-    agents()->stopEvtAgent(id);
-  }
-  EXPECT_EQ(agents()->getEvtAgentCount(), 2);
-}
-
 TEST_F(Pool, InitRecordsComeFirstOnAConnection) {
   start("1");
   lead(3, [this](int cycle) {

@@ -10,20 +10,17 @@ class Ledger : public Delivery {
  protected:
   static EvtAgentMgr* agents() { return EvtAgentMgr::getInstance(); }
   static ThreadMgr* threads() { return ThreadMgr::getInstance(); }
+  // The loop of an agent, on a thread of its own, until the agents stop.
+  static std::thread loopOf(int id) {
+    return std::thread(
+        [id] { agents()->startEvtAgent(theJvm().startThread("event agent").env(), id); });
+  }
   std::string counters() {
     std::stringstream text;
     text << std::ifstream(LossReport::counterFileName()).rdbuf();
     return text.str();
   }
 };
-
-TEST_F(Ledger, TextNamesEveryCounter) {
-  const std::string text = LossReport::text();
-  for (std::size_t i = 0; i < kLossCauses; ++i)
-    EXPECT_NE(text.find(std::string("lost.") + lossCauseName(static_cast<LossCause>(i)) + "="),
-              text.npos);
-  EXPECT_NE(text.find("\ncutText="), text.npos);
-}
 
 TEST_F(Ledger, FileTellsTheRestAsLostByTheShutdown) {
   startManagers();
@@ -38,29 +35,10 @@ TEST_F(Ledger, FileTellsTheRestAsLostByTheShutdown) {
   EXPECT_EQ(LossLedger::snapshot(), before) << "the agents go on: nothing is lost yet";
 }
 
-TEST_F(Ledger, FlushSendsWhatIsQueued) {
-  startManagers();
-  onPause = [](long) { std::this_thread::yield(); };
-  std::thread loop([] {
-    FakeThread& own = theJvm().startThread("event agent");
-    agents()->startEvtAgent(own.env(), 0);
-  });
-  while (!agents()->isReady()) std::this_thread::yield();
-  append(thread(newEnv()), 100);
-  EXPECT_TRUE(agents()->flush(60'000));
-  EXPECT_EQ(since().queued(), 0u);
-  agents()->stop();
-  loop.join();
-}
-
 // What is turned away meanwhile took nothing out of a queue.
 TEST_F(Ledger, FlushDoesNotTakeRefusalsForEventsThatLeft) {
   startManagers();
-  collecting();
-  ThreadData* thr = thread(newEnv());
-  ASSERT_EQ(thr, nullptr) << "no agent runs";
-  thr = ThreadMgr::getInstance()->createSpecialEventQueue(newEnv());
-  append(thr, 3);
+  append(threads()->createSpecialEventQueue(newEnv()), 3);
   onPause = [](long) { LossLedger::refused(LossCause::disabled, 100); };
   EXPECT_FALSE(agents()->flush(20));
 }
@@ -89,12 +67,7 @@ TEST_F(Ledger, BalancesUnderAllOfItAtOnce) {
   } moody;
   packetSink = &moody;
   onPause = [](long) { std::this_thread::yield(); };
-  std::vector<std::thread> loops;
-  for (int id = 0; id < 2; ++id)
-    loops.emplace_back([id] {
-      FakeThread& own = theJvm().startThread("event agent");
-      agents()->startEvtAgent(own.env(), id);
-    });
+  std::thread loops[] = {loopOf(0), loopOf(1)};
   while (!agents()->isReady()) std::this_thread::yield();
 
   std::vector<JNIEnv*> envs;
@@ -133,10 +106,7 @@ TEST_F(Ledger, NoRecordIsFreedUnderANative) {
   set("internal.probe.event.packet.size", "2");
   startManagers();
   onPause = [](long) { std::this_thread::yield(); };
-  std::thread loop([] {
-    FakeThread& own = theJvm().startThread("event agent");
-    agents()->startEvtAgent(own.env(), 0);
-  });
+  std::thread loop = loopOf(0);
   while (!agents()->isReady()) std::this_thread::yield();
   collecting();
   std::atomic<bool> stopped{false};

@@ -31,10 +31,6 @@ class LoopbackServer {
     all.resize(got);
     return all;
   }
-  bool atEnd() {
-    char byte;
-    return ::recv(connection_.get(), &byte, 1, 0) == 0;
-  }
   // Resets the connection, so that the agent's next write fails at once; the port stays its own.
   void goAway() {
     const linger now{1, 0};

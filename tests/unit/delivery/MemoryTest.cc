@@ -40,17 +40,13 @@ TEST_F(Memory, CeilingAndMargin) {
 }
 
 TEST_F(Memory, ResetTimer) {
-  struct Case {
-    const char *reset, *frequency;
-    int iterations;
-  };
-  for (const Case& c : {Case{nullptr, nullptr, 1800}, Case{"7", "2000", 3}, Case{"-5", "2000", 0},
-                        Case{"3600", "999", 3600}}) {
-    PropertyMgr::destroy();
-    if (c.reset) set("internal.counter.resettime", c.reset);
-    if (c.frequency) set("internal.probe.publishing.frequency", c.frequency);
+  const std::tuple<const char*, const char*, int> cases[] = {
+      {"7", "2000", 3}, {"-5", "2000", 0}, {"3600", "999", 3600}};
+  for (const auto& [reset, frequency, iterations] : cases) {
+    set("internal.counter.resettime", reset);
+    set("internal.probe.publishing.frequency", frequency);
     monitor()->start();
-    EXPECT_EQ(MemoryMonitor::resetTimerCount_, c.iterations);
+    EXPECT_EQ(MemoryMonitor::resetTimerCount_, iterations);
   }
 }
 
@@ -94,13 +90,6 @@ TEST_F(Memory, OneGapEventForEachEpisode) {
     EXPECT_FALSE(monitor()->reachedULimit(env));
   }
   EXPECT_EQ(since().of(LossCause::memory), 6u);
-}
-
-TEST_F(Memory, DisabledProbeRefusesWhateverTheMemory) {
-  startManagers();
-  AgentState::stopping();
-  EXPECT_TRUE(monitor()->reachedULimit(newEnv()));
-  EXPECT_EQ(since().of(LossCause::disabled), 1u);
 }
 
 TEST_F(Memory, SettingsOutsideTheirBoundsAreMovedInside) {

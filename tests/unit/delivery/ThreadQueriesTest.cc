@@ -116,25 +116,6 @@ TEST_F(Queries, MarksOnAThread) {
   thr->alive_ = true;
 }
 
-TEST_F(Queries, IdOfANamedThread) {
-  JVMPI_Event start{};
-  start.event_type = JVMPI_EVENT_THREAD_START;
-  start.env_id = newEnv();
-  start.u.thread_start.thread_name = const_cast<char*>("reader");
-  start.u.thread_start.group_name = const_cast<char*>("pool");
-  ThreadMgr::getInstance()->getThreadData(&start);
-  FakeJvm& jvm = theJvm();
-  const auto id = [&](jstring name, jstring group) {
-    return ThreadQueries::getThreadId(env, name, group);
-  };
-  EXPECT_EQ(id(jvm.string("reader"), jvm.string("pool")), threadIdOf(start.env_id));
-  EXPECT_EQ(id(jvm.string("reader"), jvm.string("main")), 0);
-  EXPECT_EQ(id(jvm.string(""), jvm.string("pool")), 0);
-  EXPECT_EQ(id(nullptr, jvm.string("pool")), 0);
-  EXPECT_EQ(id(jvm.string("reader"), nullptr), 0);
-  EXPECT_EQ(jvm.heldChars(), 0);
-}
-
 TEST_F(Queries, StackUpToTheFirstFrameNobodyKnows) {
   load(0x10);
   load(0x20);
@@ -151,6 +132,9 @@ TEST_F(Queries, StackUpToTheFirstFrameNobodyKnows) {
   FakeThread& cancelled = worker({0x10});
   thread(cancelled.env())->setCancelled(true);
   EXPECT_EQ(stack(cancelled.id(), 2), Texts{});
+  AgentState::resetForTest();
+  EXPECT_EQ(stack(worker({0x10}).id(), 2), Texts{"none"}) << "the probe is disabled";
+  EXPECT_EQ(toolkit.count(1077), 1);
 }
 
 TEST_F(Queries, ClassesThatAreNotRegisteredAreAskedFor) {
@@ -182,12 +166,6 @@ TEST_F(Queries, AClassThatLacksTheMethodIsEnteredOnce) {
   EXPECT_EQ(asked, 1);
 }
 
-TEST_F(Queries, NoStackWhileTheProbeIsDisabled) {
-  AgentState::resetForTest();
-  EXPECT_EQ(stack(worker({0x10}).id(), 2), Texts{"none"});
-  EXPECT_EQ(toolkit.count(1077), 1);
-}
-
 TEST_F(Queries, TokenOfTheCallersRequest) {
   const auto token = [&] {
     const LocalRef<jbyteArray> bytes(env, ThreadQueries::getNativeGpsToken(env));
@@ -210,35 +188,4 @@ TEST_F(Queries, DumpThatIsNotToBeHad) {
   EXPECT_EQ(ThreadQueries::generateThreadDump(env, nullptr), -1);
   EXPECT_EQ(toolkit.count(1077), 1);
   EXPECT_EQ(ThreadQueries::generateThreadDump(env, theJvm().ref(theJvm().newObject())), -1);
-}
-
-TEST_F(Queries, DumpInfoIsFilledThroughItsSetters) {
-  std::string name;
-  jlong offset = 0;
-  const auto setName = [&](FakeCall& call) { return name = call.text(0), FakeValue(); };
-  const auto setOffset = [&](FakeCall& call) { return offset = call.args[0].raw.j, FakeValue(); };
-  const auto raise = [](FakeCall& call) {
-    theJvm().throwNew(call.env, "java/lang/IllegalStateException", "no");
-    return FakeValue();
-  };
-  constexpr const char *kName = "(Ljava/lang/String;)V", *kOffset = "(J)V";
-  FakeClass& whole = theJvm().defineClass("t/Whole");
-  whole.method("setFileName", kName, setName).method("setOffSet", kOffset, setOffset);
-  FakeClass& nameless = theJvm().defineClass("t/Nameless").method("setOffSet", kOffset, setOffset);
-  FakeClass& rest = theJvm().defineClass("t/NoOffset").method("setFileName", kName, setName);
-  FakeClass& raising = theJvm().defineClass("t/Raising");
-  raising.method("setFileName", kName, raise).method("setOffSet", kOffset, setOffset);
-  const auto fill = [&](FakeClass& type) {
-    name.clear();
-    const jobject info = theJvm().ref(type.newInstance());
-    return ThreadQueries::fillThreadDumpInfo(env, info, "/tmp/dump.txt", 5'000'000'000);
-  };
-  EXPECT_TRUE(fill(whole));
-  EXPECT_EQ(name, "/tmp/dump.txt");
-  EXPECT_EQ(offset, 5'000'000'000);
-  EXPECT_FALSE(fill(nameless));
-  EXPECT_FALSE(fill(rest));
-  EXPECT_EQ(name, "");
-  EXPECT_FALSE(fill(raising));
-  EXPECT_FALSE(env->ExceptionCheck());
 }

@@ -20,16 +20,11 @@ class HeapClassTable : public testing::Test {
 
 TEST_F(HeapClassTable, UpdatesTheFirstRowThatFitsOrMakesOne) {
   EXPECT_TRUE(updateClassEntryByName(id(1), "a", 16));
-  EXPECT_TRUE(updateClassEntryByName(id(2), "a", 24));  // another class of that name
-  EXPECT_TRUE(updateClassEntry(id(2), "a", 8));         // none with that id yet
-  EXPECT_TRUE(updateClassEntry(id(2), "b", 8));
-  EXPECT_TRUE(updateClassEntryByName(id(2), "a", 1));
-  EXPECT_EQ(rows(), "a#1 3/41 a#2 2/16 ");
-  EXPECT_EQ(getTotalSize(), 57u);
-  EXPECT_EQ(findClassEntry(id(2)), 1);
-  EXPECT_EQ(findClassEntryByName("a"), 0);
-  EXPECT_EQ(findClassEntry(id(3)), -1);
-  EXPECT_EQ(findClassEntryByName("b"), -1);
+  EXPECT_TRUE(updateClassEntryByName(id(2), "a", 24)) << "another class of that name";
+  EXPECT_TRUE(updateClassEntryByName(id(2), "b", 8));
+  EXPECT_EQ(rows(), "a#1 2/40 b#2 1/8 ");
+  EXPECT_EQ(findClassEntryByName("b"), 1);
+  EXPECT_EQ(findClassEntryByName("c"), -1);
 }
 
 TEST_F(HeapClassTable, LookUpsFollowTheSortedOrder) {
@@ -38,7 +33,6 @@ TEST_F(HeapClassTable, LookUpsFollowTheSortedOrder) {
   addClassEntry(id(1), "twin", 2);
   sortClassTable();
   EXPECT_EQ(rows(), "small#2 1/1 twin#1 1/2 big#1 1/300 ");
-  EXPECT_EQ(findClassEntry(id(1)), 1);
   EXPECT_EQ(findClassEntryByName("big"), 2);
 }
 

@@ -1,6 +1,6 @@
 // What the encoder does beside the usual: texts at their limits, odd kinds, the agent's own
 // records.
-#include <array>
+#include <memory>
 
 #include "Encoded.h"
 #include "base/Identity.h"
@@ -36,18 +36,6 @@ TEST_F(Encoder, KindsBehindTheNativesAsThePageSays) {
     e.cpuTime_ = begins ? 5000000 : 7000000;
     EXPECT_EQ(hex(encoded(e)), hex(documented.at(record))) << record;
   };
-  const auto request = [&]<class E>(const char* start, const char* end, E e, const char* name,
-                                    const char* url) {
-    E last(Event::END);
-    e.request_name = text(name), e.application_name = text("shop"), e.url = text(url);
-    e.servletDepth = last.servletDepth = 1;
-    check(start, e);
-    check(end, last);
-  };
-  request("DOVERBFOR_REQUEST_START", "DOVERBFOR_REQUEST_END", DoVerbForEvent(Event::START), "verb",
-          "/verb");
-  request("POLLFOREVENTS_REQUEST_START", "POLLFOREVENTS_REQUEST_END", PollForEvent(Event::START),
-          "poll", "/poll");
   GCEvent start(Event::START), end(Event::END);
   end.used_objects = 1200;
   end.used_object_space = 3145728;
@@ -109,86 +97,67 @@ TEST_F(Encoder, FlagOfARequestKnownByItsAddressOnly) {
   for (const auto& row : cases) {
     check(row, std::in_place_type<ServletEvent>);
     check(row, std::in_place_type<EJBEvent>);
-    check(row, std::in_place_type<DoVerbForEvent>);
-    check(row, std::in_place_type<PollForEvent>);
   }
 }
 
-TEST_F(Encoder, EjbAddressWithoutItsQuery) {
-  EJBEvent e(Event::START);
+// An event with its fields set.
+template <class E>
+static std::shared_ptr<Event> with(
+    Event::EventSubType subType, void (*fill)(E&) = [](E&) {}) {
+  auto e = std::unique_ptr<E>(new E(subType));
+  fill(*e);
+  return e;
+}
+static void bean(EJBEvent& e) {
   e.request_name = text("/a?b"), e.application_name = text("/a?b"), e.url = text("/a?b");
-  EXPECT_EQ(hex(encoded(e)), expected("06", "00 0004 2F613F62 0004 2F613F62 0002 2F61 01 7F7F"));
+}
+template <int kAction>
+static void jms(JMSEvent& e) {
+  e.action = static_cast<Event::JMS_ACTION>(kAction);
+  e.serverName = text("s"), e.queueOrTopicName = text("q"), e.selector = text("x");
+}
+template <int kAction, int kLength = 1>
+static void gpsMq(GPSMQEvent& e) {
+  e.queueName = text("q");
+  e.action = kAction;
+  e.arrLength = kLength;
+  e.gpsToken.reset(new jbyte[1]{7});
 }
 
 TEST_F(Encoder, KindsBesideTheUsual) {
-  using Make = std::function<std::unique_ptr<Event>()>;
-  const auto jms = [](int action, Event::EventSubType subType) {
-    auto e = std::make_unique<JMSEvent>(subType);
-    e->action = static_cast<Event::JMS_ACTION>(action);
-    e->serverName = text("s"), e->queueOrTopicName = text("q"), e->selector = text("x");
-    return e;
-  };
-  const auto gpsMq = [](int action, Event::EventSubType subType) {
-    auto e = std::make_unique<GPSMQEvent>(subType);
-    e->queueName = text("q");
-    e->action = action;
-    e->arrLength = 1;
-    e->gpsToken.reset(new jbyte[1]{7});
-    return e;
-  };
-  const std::tuple<const char*, Make, std::string> cases[] = {
-      {"JMS of no action", [&] { return jms(0, Event::START); },
-       expected("00", "0001 73 0001 71 01 7F7F")},
-      {"its end", [&] { return jms(5, Event::END); }, expected("00", "01 7F7F")},
-      {"put one", [&] { return gpsMq(Event::MQ_PUT1, Event::START); },
-       expected("37", "0001 71 0001 07 00 01 7F7F")},
-      {"browse", [&] { return gpsMq(Event::MQ_GET_BROWSE, Event::START); },
+  constexpr auto START = Event::START, END = Event::END, NOSTYPE = Event::NOSTYPE;
+  const std::tuple<const char*, std::shared_ptr<Event>, std::string> cases[] = {
+      {"a bean's address without its query", with(START, bean),
+       expected("06", "00 0004 2F613F62 0004 2F613F62 0002 2F61 01 7F7F")},
+      {"JMS of no action", with(START, jms<0>), expected("00", "0001 73 0001 71 01 7F7F")},
+      {"its end", with(END, jms<5>), expected("00", "01 7F7F")},
+      {"put one", with(START, gpsMq<Event::MQ_PUT1>), expected("37", "0001 71 0001 07 00 01 7F7F")},
+      {"browse", with(START, gpsMq<Event::MQ_GET_BROWSE>),
        expected("39", "0001 71 0001 07 00 01 7F7F")},
-      {"neither put nor get", [&] { return gpsMq(Event::MQ_INQ, Event::START); },
+      {"neither put nor get", with(START, gpsMq<Event::MQ_INQ>),
        expected("00", "0001 71 0001 07 00 01 7F7F")},
       {"a token that was never set",
-       [] {
-         auto e = std::make_unique<GPSMQEvent>(Event::START);
-         e->action = Event::MQ_PUT;
-         e->arrLength = 4;
-         return e;
-       },
-       expected("37", "0000 00 01 7F7F")},
-      {"a token of a senseless length",
-       [&] {
-         auto e = gpsMq(Event::MQ_PUT, Event::START);
-         e->arrLength = -1;
-         return e;
-       },
+       with<GPSMQEvent>(START, [](GPSMQEvent& e) { e.arrLength = 4; }),
+       expected("00", "0000 00 01 7F7F")},
+      {"a token of a senseless length", with(START, gpsMq<Event::MQ_PUT, -1>),
        expected("37", "0001 71 0000 00 01 7F7F")},
-      {"MQ that failed", [] { return std::make_unique<MQEvent>(Event::ERRORS); }, ""},
-      {"cross-process of another kind", [] { return std::make_unique<GPSEvent>(Event::NOSTYPE); },
-       expected("00", "01 7F7F")},
-      {"a server name", [] { return std::make_unique<ServerNameEvent>(Event::START); }, ""},
-      {"a class that is gone", [] { return std::make_unique<ClassEvent>(Event::LOAD); }, ""},
-      {"a null text leaves no bytes", [] { return std::make_unique<SQLEvent>(Event::START); },
-       expected("09", "01 7F7F")},
-      {"common events of no kind",
-       [] { return std::make_unique<CommonEvent>(Event::SQL, Event::END); },
+      {"MQ that failed", with<MQEvent>(Event::ERRORS), ""},
+      {"cross-process of another kind", with<GPSEvent>(NOSTYPE), expected("00", "01 7F7F")},
+      {"a server name", with<ServerNameEvent>(START), ""},
+      {"a class that is gone", with<ClassEvent>(Event::LOAD), ""},
+      {"a null text leaves no bytes", with<SQLEvent>(START), expected("09", "01 7F7F")},
+      {"common events of no kind", std::make_shared<CommonEvent>(Event::SQL, END),
        expected("FF", "01 7F7F")},
       {"a page that has a name",
-       [] {
-         auto e = std::make_unique<PortalGatewayServletEvent>(Event::END);
-         e->pageName = text("Home");
-         return e;
-       },
+       with<PortalGatewayServletEvent>(
+           END, [](PortalGatewayServletEvent& e) { e.pageName = text("Home"); }),
        expected("8D", "0004 486F6D65 7F7F")},
       {"the flag is 1 for 1 only",
-       [] {
-         auto e = std::make_unique<SamplingEvent>(Event::NOSTYPE);
-         e->useDefault = 2;
-         return e;
-       },
+       with<SamplingEvent>(NOSTYPE, [](SamplingEvent& e) { e.useDefault = 2; }),
        hex(bytes("27 00000000 00000000 00000000 00000000 00 7F7F"))},
   };
-  for (const auto& [why, make, record] : cases) {
+  for (const auto& [why, e, record] : cases) {
     SCOPED_TRACE(why);
-    const auto e = make();
     const int announced = ProtocolVisitor::recordSize(*e);
     EXPECT_EQ(hex(encoded(*e)), record);
     EXPECT_EQ(announced * 2, static_cast<int>(record.size()));
@@ -235,7 +204,9 @@ class TaggedEvent : public CommonEvent {
 TEST_F(Encoder, MethodNamesGoOutOncePerStream) {
   const auto start = [](CommonEvent&& e) {
     e.className = text("C"), e.methodName = text("m");
+    const bool sent = CommonEvent::hasMaped(Event::IIOP_CLIENT);
     const int announced = ProtocolVisitor::recordSize(e);
+    EXPECT_EQ(CommonEvent::hasMaped(Event::IIOP_CLIENT), sent) << "asking sends no name";
     const std::string record = encoded(e);
     EXPECT_GE(announced, static_cast<int>(record.size()));
     EXPECT_LE(announced, static_cast<int>(record.size()) + 1);  // the name
@@ -254,13 +225,6 @@ TEST_F(Encoder, MethodNamesGoOutOncePerStream) {
   EXPECT_EQ(start(TaggedEvent(Event::START)), expected("96", "0001 43 0000002D 0000 ABCD 01 7F7F"));
   TaggedEvent end(Event::END);
   EXPECT_EQ(ProtocolVisitor::recordSize(end), static_cast<int>(encoded(end).size()));
-}
-
-TEST_F(Encoder, AskingForASizeSendsNoNames) {
-  CommonEvent e(Event::IIOP_CLIENT, Event::START);
-  e.className = text("C"), e.methodName = text("m");
-  ProtocolVisitor::recordSize(e);
-  EXPECT_FALSE(CommonEvent::hasMaped(Event::IIOP_CLIENT));
 }
 
 TEST_F(Encoder, LevelIsThatOfTheMomentOfWriting) {
@@ -334,13 +298,4 @@ TEST_F(InitRecords, J2eeWithoutIt) {
   EXPECT_EQ(hex(j2ee(jvm.env())), record) << "it raises";
   EXPECT_EQ(jvm.attach().described, 3);
   EXPECT_EQ(jvm.localRefs(), 0);
-}
-
-TEST_F(InitRecords, Standalone) {
-  setIdentity(velIdentity.appServerName, "batch");
-  AgentState::setComponentId("dc-18");
-  AgentState::setAdminServerPort(0);
-  const std::string record =
-      written([](char** at) { ProtocolVisitor::getInstance()->addStandaloneInitRecord(at); });
-  EXPECT_EQ(hex(record), hex(documentedRecords()["INIT_STANDALONE"]));
 }

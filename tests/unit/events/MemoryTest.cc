@@ -1,13 +1,16 @@
+// Events and their texts as memory, and as queues and the memory monitor see them.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <set>
 #include <thread>
 #include <vector>
 
 #include "events/Events.h"
+#include "instrument/ClassTable.h"
 
 using Events = std::vector<std::unique_ptr<Event>>;
 
@@ -118,6 +121,27 @@ TEST_F(EventMemories, ThreadsThatReportLateInTheirEnd) {
   EXPECT_EQ(late.view(), pattern(40));
   late = {};
   EXPECT_EQ(inUse(), before);
+}
+
+TEST(Events, OnlyFourKindsAreNeverShed) {
+  std::set<int> kept;
+  for (int type = 0; type < Event::kTypes; ++type) {
+    const Event e(static_cast<Event::EventType>(type), Event::START, 0);
+    if (!e.isDroppable()) kept.insert(type);
+  }
+  EXPECT_EQ(kept, (std::set<int>{1, 13, 15, 44}));
+}
+
+TEST(Events, ClassRecordGoesWithItsEventWhenMarked) {
+  jclass_t borrowed;
+  {
+    ClassEvent(Event::LOAD).classData.reset(&borrowed);
+  }  // freed here, it would be a stack address
+  EXPECT_EQ(borrowed.num_methods, 0);
+
+  auto* owned = new jclass_t;  // leaked if not freed: the sanitizer's leak check says so
+  owned->delete_flag = 1;
+  ClassEvent(Event::UNLOAD).classData.reset(owned);
 }
 
 #if VEL_ADDRESS_SANITIZER

@@ -2,7 +2,6 @@
 #include "RequestsFixture.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/SizeSample.h"
-#include "fake/FakeToolkit.h"
 
 using namespace std::string_literals;
 
@@ -62,16 +61,6 @@ TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
   MemoryMonitor::urlLimit_ = 4;
   EventUtils::beginHttpRequest(env, s("name"), s("app"), s("/long"), nullptr);
   EXPECT_STREQ(takeOne<ServletEvent>()->url.get(), "/lo");
-}
-
-TEST_F(Requests, NullStatementIsEmptyAndNoted) {
-  FakeToolkit toolkit;
-  toolkit.setTraceLevel(kTraceMax);
-  EventUtils::beginSQLRequest(env, nullptr, nullptr, nullptr);
-  const auto e = takeOne<SQLEvent>();
-  EXPECT_STREQ(e->sql.get(), "");
-  EXPECT_STREQ(e->data_source_name.get(), "");
-  EXPECT_EQ(std::ranges::count(toolkit.texts(), "sql = null"), 1);
 }
 
 TEST_F(Requests, DriverBelowADataSourceIsSilent) {
@@ -135,12 +124,6 @@ TEST_F(Requests, SendRequestKeepsWhatIsThere) {
 
   EventUtils::sendRequest(env, nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
   EXPECT_FALSE(takeOne<GPSEvent>()->request_name) << "a name is no token";
-}
-
-TEST_F(Requests, CpuTimeNeverGoesBack) {
-  thread().saveAndTestCPUTime(jlong{1} << 60);
-  EventUtils::beginJCARequest(env, nullptr);
-  EXPECT_EQ(takeOne<JCAEvent>()->cpuTime_, jlong{1} << 60);
 }
 
 TEST_F(Requests, EveryEventIsCountedOnce) {

@@ -79,13 +79,6 @@ TEST_F(Tokens, BeforeTheSetUpNoFileIsTouched) {
   fs::current_path(before);
 }
 
-TEST_F(Tokens, FirstStartMakesTheFile) {
-  restart("");
-  EXPECT_EQ(counter(), "0");
-  EXPECT_EQ(GPSTokenUtils::getToken(), 0u);
-  EXPECT_EQ(counter(), "200");
-}
-
 // Application threads take tokens while event agents cover those already sent.
 TEST_F(Tokens, ThreadsGetDifferentOnesAndTheFileCoversThem) {
   startWith("0", "");

@@ -2,14 +2,9 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
-#include "base/Identity.h"
-#include "base/Trace.h"
-#include "core/PropertyMgr.h"
+#include "Core.h"
 #include "fake/FakeJvm.h"
-#include "fake/FakeToolkit.h"
 #include "instrument/JitiDelegate.h"
 
 using testing::ElementsAre;
@@ -116,35 +111,23 @@ TEST_F(Jiti, NamesEachFunctionThatIsMissing) {
 }
 
 TEST_F(Jiti, EnvironmentThenSetting) {
-  struct Case {
-    const char *environment, *setting;
-    bool configured;
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {nullptr, "", false},         {"TRUE", "", true},
+      {"yes", "", false},           {"", "", false},
+      {"true", "= false\n", false}, {"true", "= 1\n", false},
+      {nullptr, "= True\n", true},  {"false", "= true\n", true},
   };
-  const Case cases[] = {
-      {nullptr, nullptr, false}, {"TRUE", nullptr, true},  {"yes", nullptr, false},
-      {"", nullptr, false},      {"true", "false", false}, {"true", "1", false},
-      {nullptr, "True", true},   {"false", "true", true},
-  };
-  const std::string home = testing::TempDir() + "jiti-home";
-  std::filesystem::create_directories(home + "/etc");
-  setIdentity(velIdentity.veloraHome, home);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message()
-                 << (c.environment ? c.environment : "-") << ' ' << (c.setting ? c.setting : "-"));
+  const Home home;
+  for (const auto& [environment, setting, configured] : cases) {
+    SCOPED_TRACE(std::string(environment ? environment : "-") + setting);
     JitiDelegate::resetForTest();
-    c.environment ? setenv("J2TT_ENABLED", c.environment, 1) : unsetenv("J2TT_ENABLED");
-    std::ofstream settings(home + "/etc/datacollector.properties");
-    if (c.setting) settings << "jiti.configured = " << c.setting << '\n';
-    settings.close();
-    PropertyMgr::destroy();
+    environment ? setenv("J2TT_ENABLED", environment, 1) : unsetenv("J2TT_ENABLED");
+    settings(home, *setting ? std::string("jiti.configured ") + setting : "");
     log.lines();
-    EXPECT_EQ(JitiDelegate::isJitiConfigured(), c.configured);
+    EXPECT_EQ(JitiDelegate::isJitiConfigured(), configured);
     EXPECT_EQ(log.texts().back(),
-              c.configured ? "TT Configured, forwarding JVMPI_CLASS_LOAD_HOOK events to Jiti"
-                           : "TT is Not Configured");
+              configured ? "TT Configured, forwarding JVMPI_CLASS_LOAD_HOOK events to Jiti"
+                         : "TT is Not Configured");
   }
-  PropertyMgr::destroy();
   unsetenv("J2TT_ENABLED");
-  velIdentity = Identity{};
-  std::filesystem::remove_all(home);
 }

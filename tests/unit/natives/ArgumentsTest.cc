@@ -1,4 +1,6 @@
 // What natives do with their arguments before the request API has them.
+#include <com_norvik_ejs_cm_proxy_VeloraPreparedStatementProxy.h>
+#include <com_norvik_ejs_cm_proxy_VeloraStatementProxy.h>
 #include <com_velora_command_CommandAgent.h>
 #include <com_velora_probe_ProbeUtils.h>
 #include <com_velora_probe_ThreadManager.h>
@@ -45,8 +47,7 @@ TEST_F(Arguments, TokensThatTravelWithMessages) {
       {"not asked for", Event::MQ_PUT, token, JNI_FALSE, 1},
       {"no token", Event::MQ_PUT, nullptr, JNI_TRUE, 1},
       {"an empty one", Event::MQ_PUT, bytes({}), JNI_TRUE, 1},
-      {"as long as a record can say", Event::MQ_PUT, bytes(std::vector<jbyte>(65'535)), JNI_TRUE,
-       3},
+      {"as long as can be said", Event::MQ_PUT, bytes(std::vector<jbyte>(65'535)), JNI_TRUE, 3},
       {"longer", Event::MQ_PUT, bytes(std::vector<jbyte>(65'536)), JNI_TRUE, 1},
   };
   for (const auto& t : cases) {
@@ -79,6 +80,24 @@ TEST_F(Arguments, TokenOfTheInvocationIsReadBackAsItIsSent) {
     EXPECT_EQ(std::string(jvm.objectOf(token)->bytes.begin(), jvm.objectOf(token)->bytes.end()),
               std::string(sent->request_name.get(), 4));
     e->DeleteLocalRef(token);
+  }
+}
+
+TEST_F(Arguments, OlderStatementClassesKeepTheLastStatement) {
+  for (const auto setSQL : {Java_com_norvik_ejs_cm_proxy_VeloraStatementProxy_setSQL,
+                            Java_com_norvik_ejs_cm_proxy_VeloraPreparedStatementProxy_setSQL}) {
+    const auto kept = [&](jstring sql, jstring dataSource) {
+      setSQL(e, nullptr, sql, dataSource);
+      const auto orNull = [](const char* text) { return std::string(text ? text : "null"); };
+      return orNull(thread().getSQL()) + "/" + orNull(thread().getDSName());
+    };
+    EXPECT_EQ(kept(a, b), "a/b");
+    EXPECT_EQ(kept(nullptr, a), "a/b") << "a null sql changes nothing";
+    EXPECT_EQ(kept(s(""), nullptr), "/null");
+    MemoryMonitor::uLimitReached_ = true;
+    EXPECT_EQ(kept(a, nullptr), "/null") << "nothing at the memory ceiling";
+    MemoryMonitor::uLimitReached_ = false;
+    thread().setSQL(nullptr);
   }
 }
 

@@ -37,15 +37,6 @@ static Call lock(jbyte kind) {
   };
 }
 
-// Kinds that have no natives of their own.
-static Call named(bool (*append)(JNIEnv*, Event::EventType, Event::EventSubType, jstring, jstring,
-                                 jstring),
-                  Event::EventType type, Event::EventSubType subType) {
-  return [=](JNIEnv* env) {
-    reporting(env, [=] { append(env, type, subType, nullptr, nullptr, nullptr); });
-  };
-}
-
 struct Kind {
   const char* name;
   int startId;  // the END's is the next
@@ -53,25 +44,20 @@ struct Kind {
   enum { usual, neverSilent, noLoneEnd } rule = usual;
 };
 
+#define CALL(name, id) \
+  { #name, id, plain(UTILS(beginNative##name##Request)), plain(UTILS(endNative##name##Request)) }
 static std::vector<Kind> calls() {
   return {
-      {"SQL", DC2PS_SQL_START_RECORD, plain(UTILS(beginNativeSQLRequest)),
-       plain(UTILS(endNativeSQLRequest))},
+      CALL(SQL, DC2PS_SQL_START_RECORD),
+      CALL(JCA, DC2PS_JCA_START_RECORD),
+      CALL(JMS, DC2PS_JMS_SEND_START_RECORD),
+      CALL(Mail, DC2PS_JAVA_MAIL_START_RECORD),
+      CALL(JNDI, DC2PS_JNDI_START_RECORD),
+      CALL(JDO, DC2PS_JDO_START_RECORD),
+      CALL(MQ, DC2PS_MQ_START_RECORD),
       {"driver's SQL", DC2PS_SQL_START_RECORD,
        plain(Java_oracle_jdbc_driver_OracleStatement_beginSQLRequest),
        plain(Java_oracle_jdbc_driver_OracleStatement_endSQLRequest)},
-      {"JCA", DC2PS_JCA_START_RECORD, plain(UTILS(beginNativeJCARequest)),
-       plain(UTILS(endNativeJCARequest))},
-      {"JMS", DC2PS_JMS_SEND_START_RECORD, plain(UTILS(beginNativeJMSRequest)),
-       plain(UTILS(endNativeJMSRequest))},
-      {"mail", DC2PS_JAVA_MAIL_START_RECORD, plain(UTILS(beginNativeMailRequest)),
-       plain(UTILS(endNativeMailRequest))},
-      {"JNDI", DC2PS_JNDI_START_RECORD, plain(UTILS(beginNativeJNDIRequest)),
-       plain(UTILS(endNativeJNDIRequest))},
-      {"JDO", DC2PS_JDO_START_RECORD, plain(UTILS(beginNativeJDORequest)),
-       plain(UTILS(endNativeJDORequest))},
-      {"MQ", DC2PS_MQ_START_RECORD, plain(UTILS(beginNativeMQRequest)),
-       plain(UTILS(endNativeMQRequest))},
       {"invocation", DC2PS_GPS_REQUEST_INVOKE_START_RECORD,
        plain(UTILS(startNativeGpsInvokeRequest)), plain(COMMAND(endNativeGpsInvokeRequest)),
        Kind::neverSilent},
@@ -79,7 +65,6 @@ static std::vector<Kind> calls() {
 }
 
 static std::vector<Kind> requests() {
-  using E = Event;
   return {
       {"HTTP", DC2PS_SERVLET_REQUEST_START_RECORD, plain(THREADS(startNativeHttpRequest)),
        plain(THREADS(finishNativeHttpRequest)), Kind::noLoneEnd},
@@ -92,12 +77,6 @@ static std::vector<Kind> requests() {
       {"reception", DC2PS_GPS_REQUEST_RECEIVE_START_RECORD,
        plain(COMMAND(startNativeGpsReceiveRequest)), plain(UTILS(completeNativeGpsReceiveRequest)),
        Kind::neverSilent},
-      {"verb", DC2PS_DOVERBFOR_REQUEST_START_RECORD,
-       named(EventUtils::appendDoVerbForRequestEvent, E::DOVERBFOR, E::START),
-       named(EventUtils::appendDoVerbForRequestEvent, E::DOVERBFOR, E::END)},
-      {"poll", DC2PS_POLLFOREVENTS_REQUEST_START_RECORD,
-       named(EventUtils::appendPollForRequestEvent, E::POLLFOREVENTS, E::START),
-       named(EventUtils::appendPollForRequestEvent, E::POLLFOREVENTS, E::END)},
   };
 }
 
@@ -250,13 +229,9 @@ TEST_F(RequestKinds, RefusedAtTheMemoryCeiling) {
   EXPECT_EQ(thr.servletDepth_, 3);
 }
 
-TEST_F(RequestKinds, RefusedWhileTheProbeIsDisabled) {
+TEST_F(RequestKinds, RefusedWhileTheProbeIsDisabledOrStops) {
   AgentState::stopping();
   expectRefused(LossCause::disabled);
-  EXPECT_EQ(thr.servletDepth_, 0);
-}
-
-TEST_F(RequestKinds, RefusedWhileTheProbeStops) {
   ASSERT_TRUE(stopGate.closeAndWait(0));
   expectRefused(LossCause::shutdown);
   stopGate.open();
