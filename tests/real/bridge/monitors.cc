@@ -4,101 +4,95 @@
 
 #include "probe.h"
 
-// Raw monitors, on threads that the JVM does not know.
-static JVMPI_RawMonitor make() { return jvmpi->RawMonitorCreate(const_cast<char*>("test")); }
+// A raw monitor, for threads that the JVM does not know.
+struct Monitor {
+  JVMPI_RawMonitor raw = jvmpi->RawMonitorCreate(const_cast<char*>("test"));
+  ~Monitor() { jvmpi->RawMonitorDestroy(raw); }
+  void enter() { jvmpi->RawMonitorEnter(raw); }
+  void exit() { jvmpi->RawMonitorExit(raw); }
+  void wait(jlong ms) { jvmpi->RawMonitorWait(raw, ms); }
+  void notifyAll() { jvmpi->RawMonitorNotifyAll(raw); }
+  template <class Work>
+  void insideTwice(Work work) {
+    enter();
+    enter();
+    work();
+    exit();
+    exit();
+  }
+};
 
 static bool threadsCount() {
-  JVMPI_RawMonitor m = make();
+  Monitor m;
   int counter = 0;
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([&] {
-      for (int i = 0; i < 20000; ++i) {
-        jvmpi->RawMonitorEnter(m);
-        jvmpi->RawMonitorEnter(m);
-        ++counter;
-        jvmpi->RawMonitorExit(m);
-        jvmpi->RawMonitorExit(m);
-      }
+      for (int i = 0; i < 20000; ++i) m.insideTwice([&] { ++counter; });
     });
   for (auto& t : threads) t.join();
-  jvmpi->RawMonitorDestroy(m);
   return counter == 80000;
 }
 
-// A wait inside two enters gives the monitor up whole, and has both back afterwards.
+// A wait inside two enters gives the monitor up whole, and has both back afterwards: it is free for
+// a stranger only once both were left.
 static bool nestedWaitReleases() {
-  JVMPI_RawMonitor m = make();
+  Monitor m;
   bool ready = false, waiting = false;
   std::thread waiter([&] {
-    jvmpi->RawMonitorEnter(m);
-    jvmpi->RawMonitorEnter(m);
-    waiting = true;
-    while (!ready) jvmpi->RawMonitorWait(m, 0);
-    jvmpi->RawMonitorExit(m);
-    jvmpi->RawMonitorExit(m);
+    m.insideTwice([&] {
+      waiting = true;
+      while (!ready) m.wait(0);
+    });
   });
-  for (bool seen = false; !seen;) {
-    jvmpi->RawMonitorEnter(m);
-    seen = waiting;
-    if (seen) ready = true;
-    jvmpi->RawMonitorNotifyAll(m);
-    jvmpi->RawMonitorExit(m);
-    std::this_thread::yield();
-  }
+  for (bool told = false; !told; std::this_thread::yield())
+    m.insideTwice([&] {
+      told = ready = waiting;
+      m.notifyAll();
+    });
   waiter.join();
-  // Free for a stranger only if the waiter's depth went back to two and both were left.
-  std::atomic<bool> entered{false};
-  std::thread other([&] {
-    jvmpi->RawMonitorEnter(m);
-    entered = true;
-    jvmpi->RawMonitorExit(m);
-  });
-  other.join();
-  jvmpi->RawMonitorDestroy(m);
-  return entered;
+  std::thread([&] { m.insideTwice([] {}); }).join();
+  return ready;
 }
 
 static bool timedWaitEnds() {
-  JVMPI_RawMonitor m = make();
+  Monitor m;
   const auto start = std::chrono::steady_clock::now();
-  jvmpi->RawMonitorEnter(m);
-  jvmpi->RawMonitorWait(m, 30);
-  jvmpi->RawMonitorExit(m);
-  jvmpi->RawMonitorDestroy(m);
+  m.insideTwice([&] { m.wait(30); });
   return std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(29);
 }
 
 static bool strangersAreIgnored() {
-  JVMPI_RawMonitor m = make();
-  jvmpi->RawMonitorExit(m);  // not entered at all
-  jvmpi->RawMonitorWait(m, 0);
-  jvmpi->RawMonitorNotifyAll(m);
-  jvmpi->RawMonitorEnter(m);
+  Monitor m;
+  m.exit();  // not entered at all
+  m.wait(0);
+  m.notifyAll();
+  m.enter();
   int inside = 0;
   std::thread stranger([&] {
-    jvmpi->RawMonitorExit(m);
-    jvmpi->RawMonitorEnter(m);
+    m.exit();
+    m.enter();
     inside = inside == 1 ? 2 : -1;
-    jvmpi->RawMonitorExit(m);
+    m.exit();
   });
   for (int i = 0; i < 1000; ++i) std::this_thread::yield();
   inside = 1;
-  jvmpi->RawMonitorExit(m);
+  m.exit();
   stranger.join();
-  jvmpi->RawMonitorDestroy(m);
   return inside == 2;
 }
 
 static bool destroyOfHeldSurvives() {
-  JVMPI_RawMonitor own = make();
-  jvmpi->RawMonitorEnter(own);
-  jvmpi->RawMonitorDestroy(own);
-  jvmpi->RawMonitorExit(own);
-  JVMPI_RawMonitor m = make();
-  jvmpi->RawMonitorEnter(m);
-  std::thread([&] { jvmpi->RawMonitorDestroy(m); }).join();
-  jvmpi->RawMonitorExit(m);
+  for (const bool byStranger : {false, true}) {
+    auto* m = new Monitor;
+    const JVMPI_RawMonitor raw = m->raw;
+    m->enter();
+    if (byStranger)
+      std::thread([&] { delete m; }).join();
+    else
+      delete m;
+    jvmpi->RawMonitorExit(raw);
+  }
   jvmpi->RawMonitorDestroy(nullptr);
   return true;
 }

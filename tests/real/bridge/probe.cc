@@ -17,12 +17,10 @@
 
 JVMPI_Interface* jvmpi;
 JVMMI_Interface* jvmmi;
-static RAS_Interface* ras;
 static JavaVM* vm;
 
-static std::atomic<int> counts[64];       // by JVMPI event number
-static std::atomic<int> requested[64];    // the same, requested
-static std::atomic<int> jvmmiCounts[16];  // by JVMMI event number
+static std::atomic<int> counts[64];     // by JVMPI event number
+static std::atomic<int> requested[64];  // the same, requested
 static std::atomic<bool> heapFiguresWrong{false};
 static std::atomic<bool> countsFrozen{false};
 static JVMPI_RawMonitor handlerLock;
@@ -64,6 +62,11 @@ void say(const char* format, ...) {
   [[maybe_unused]] auto written = write(STDOUT_FILENO, line, length + 1);
 }
 
+static void addFields(std::string& text, const JVMPI_Field* fields, jint count) {
+  for (jint i = 0; i < count; ++i)
+    text += std::string(fields[i].field_name) + ":" + fields[i].field_signature + ",";
+}
+
 static void onClassLoad(const JVMPI_Event& e) {
   const auto& load = e.u.class_load;
   ClassRow& row = lastClass();
@@ -72,13 +75,9 @@ static void onClassLoad(const JVMPI_Event& e) {
   row.id = load.class_id;
   row.text = row.name + " source=" + (load.source_name ? load.source_name : "-") +
              " interfaces=" + std::to_string(load.num_interfaces) + " statics=";
-  for (jint i = 0; i < load.num_static_fields; ++i)
-    row.text +=
-        std::string(load.statics[i].field_name) + ":" + load.statics[i].field_signature + ",";
+  addFields(row.text, load.statics, load.num_static_fields);
   row.text += " instances=";
-  for (jint i = 0; i < load.num_instance_fields; ++i)
-    row.text +=
-        std::string(load.instances[i].field_name) + ":" + load.instances[i].field_signature + ",";
+  addFields(row.text, load.instances, load.num_instance_fields);
   row.text += " methods=";
   for (jint i = 0; i < load.num_methods; ++i) {
     const JVMPI_Method& m = load.methods[i];
@@ -126,10 +125,8 @@ static void onEvent(JVMPI_Event* e) {
       break;
     case JVMPI_EVENT_GC_START:
     case JVMPI_EVENT_GC_FINISH: {
-      const auto& gc = e->u.gc_info;
-      if (type == JVMPI_EVENT_GC_FINISH &&
-          !(0 <= gc.used_object_space && gc.used_object_space <= gc.total_object_space &&
-            gc.total_object_space > 0))
+      const jlong used = e->u.gc_info.used_object_space, total = e->u.gc_info.total_object_space;
+      if (type == JVMPI_EVENT_GC_FINISH && (used < 0 || total < used || total <= 0))
         heapFiguresWrong = true;
       jvmpi->RawMonitorEnter(handlerLock);  // the application holds it over JNI calls
       jvmpi->RawMonitorExit(handlerLock);
@@ -147,11 +144,9 @@ static void onEvent(JVMPI_Event* e) {
 }
 
 static void onJvmmi(JNIEnv*, JVMMI_Event* e, void* userData, int tid) {
-  if (userData != &jvmmiCounts || tid != static_cast<int>(reinterpret_cast<intptr_t>(e->env_id)))
+  if (userData != &vm || tid != static_cast<int>(reinterpret_cast<intptr_t>(e->env_id)))
     say("JVMMI event with a wrong argument");
-  ++jvmmiCounts[e->event];
-  if (e->event == JVMMI_EVENT_CLASS_LOAD && strcmp(e->class_name, "Victim") == 0)
-    say("JVMMI saw Victim");
+  if (strcmp(e->class_name, "Victim") == 0) say("JVMMI saw Victim");
 }
 
 extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* given, char* options, void*) {
@@ -175,7 +170,6 @@ extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* given, char* options, void*
     if (jvmmi->version != version) say("JVMMI of a wrong version");
   }
   if (vm->GetEnv(&table, RAS_VERSION) != JNI_OK) return -1;
-  ras = static_cast<RAS_Interface*>(table);
   void** slots = reinterpret_cast<void**>(jvmpi);
   for (size_t i = 2; i < sizeof *jvmpi / sizeof *slots; ++i)
     if (!slots[i]) say("slot %zu is empty", i);
@@ -188,7 +182,7 @@ extern "C" JNIEXPORT jint JNICALL JVM_OnLoad(JavaVM* given, char* options, void*
   if (!mode("quiet")) jvmpi->EnableEvent(JVMPI_EVENT_STANDING_SET, nullptr);
   jvmpi->EnableEvent(JVMPI_EVENT_CLASS_LOAD_HOOK, nullptr);
   jvmpi->EnableEvent(JVMPI_EVENT_JVM_INIT_DONE, nullptr);
-  for (jint event : {0, 1, 2, 9, 10}) jvmmi->Register(onJvmmi, &jvmmiCounts, event);
+  jvmmi->Register(onJvmmi, &vm, JVMMI_EVENT_CLASS_LOAD);
   return 0;
 }
 
@@ -199,9 +193,6 @@ static jobjectID asId(jlong id) { return reinterpret_cast<jobjectID>(id); }
 extern "C" {
 JNIEXPORT jlong JNICALL Java_Probe_env(JNIEnv* env, jclass) { return (jlong)env; }
 JNIEXPORT jint JNICALL Java_Probe_count(JNIEnv*, jclass, jint type) { return counts[type]; }
-JNIEXPORT jint JNICALL Java_Probe_jvmmiCount(JNIEnv*, jclass, jint type) {
-  return jvmmiCounts[type];
-}
 JNIEXPORT jint JNICALL Java_Probe_status(JNIEnv*, jclass, jlong env) {
   return jvmpi->GetThreadStatus(asEnv(env));
 }
@@ -309,10 +300,8 @@ JNIEXPORT jint JNICALL Java_Probe_systemThread(JNIEnv*, jclass) {
 JNIEXPORT jlong JNICALL Java_Probe_cpuTime(JNIEnv*, jclass) {
   return jvmpi->GetCurrentThreadCpuTime();
 }
-JNIEXPORT jint JNICALL Java_Probe_threadDump(JNIEnv* env, jclass) { return ras->ThreadDump(env); }
 JNIEXPORT jint JNICALL Java_Probe_notOffered(JNIEnv* env, jclass) {
-  return (jvmmi->Register(onJvmmi, nullptr, 3) != 0) +
-         (jvmmi->Enumerate(env, 0, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) != 0) +
+  return (jvmmi->Enumerate(env, 0, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) != 0) +
          (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, nullptr, nullptr) !=
           0);
 }

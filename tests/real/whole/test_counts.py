@@ -1,61 +1,37 @@
 """Every request and statement that the application made arrives, once, well formed and nested."""
 
 import collections
+import os
+import signal
+import time
 import unittest
 
-from harness import Collector, Home, Jvm, assert_nested, wait_until
+from harness import Driver, WholePath, wait_until
+
+RESTARTS = int(os.environ.get("VELORA_RESTARTS", "50"))
 
 
-def ledger(text):
-    """The loss report as numbers: lines of "name: number" or "name=number"."""
-    words = text.replace("=", " ").replace(":", " ").split()
-    return {a: int(b) for a, b in zip(words, words[1:]) if b.lstrip("-").isdigit()}
+def events(kinds):
+    return sum(n for kind, n in kinds.items() if not kind.startswith(("INIT", "HEADER", "MALFORMED")))
 
 
-def assert_balanced(test, figures):
-    causes = sum(v for k, v in figures.items() if k.startswith("lost."))
-    test.assertEqual(figures["lost"], causes, figures)
-    test.assertEqual(figures["created"], figures["sent"] + figures["lost"] + figures["queued"], figures)
-
-
-def drained(jvm):
-    """Waits until nothing is on its way any more and returns the ledger then."""
-    def rest():
-        jvm.tell("report")
-        figures = ledger(jvm.expect("report "))
-        return figures if figures["queued"] == 0 else None
-    return wait_until("all events have left", rest)
-
-
-def run(threads, requests, statements, **settings):
-    home, collector = Home(**settings), Collector("--strict").start()
-    jvm = Jvm("Workload", threads, requests, statements, home=home.path, port=collector.port,
-              options=["-Xcheck:jni"])
-    try:
-        jvm.expect("done ")
-        figures = drained(jvm)
-        status = jvm.end()
+class Counts(WholePath):
+    def check(self, threads, requests, statements, flushed=False, **settings):
+        self.home.set(**settings)
+        collector = self.collect("--strict")
+        jvm = self.start(Driver, "Workload", port=collector.port, options=["-Xcheck:jni"])
+        jvm.ask("Workload.start", threads, requests, statements)
+        jvm.ask("Workload.finish")
+        figures = jvm.report() if flushed else jvm.drained()
+        self.assertEndsWell(jvm)
         collector.stop()
-        return list(collector.records()), figures, status, "".join(jvm.output) + jvm.stderr()
-    finally:
-        jvm.remove(), collector.remove(), home.remove()
-
-
-class Counts(unittest.TestCase):
-    def check(self, threads, requests, statements, **settings):
-        records, figures, status, text = run(threads, requests, statements, **settings)
+        records = list(collector.records())
         kinds = collections.Counter(r["record"] for r in records)
-        total = threads * requests
-        self.assertEqual(kinds["SERVLET_REQUEST_START"], total, figures)
-        self.assertEqual(kinds["SERVLET_REQUEST_END"], total)
-        self.assertEqual(kinds["SQL_START"], total * statements)
-        self.assertEqual(kinds["SQL_END"], total * statements)
-        self.assertFalse([r for r in records if r["record"] == "MALFORMED"])
-        assert_nested(self, records)
-        assert_balanced(self, figures)
-        self.assertEqual(status, 0)
-        self.assertNotIn("WARNING in native", text)
-        self.assertNotIn("FATAL ERROR in native", text)
+        for kind, each in (("SERVLET_REQUEST", 1), ("SQL", statements)):
+            for part in ("_START", "_END"):
+                self.assertEqual(kinds[kind + part], threads * requests * each, (kind, figures))
+        self.assertEqual(kinds["MALFORMED"], 0)
+        self.assertNested(records)
 
     def test_one_thread(self):
         self.check(1, 400, 3)
@@ -65,6 +41,49 @@ class Counts(unittest.TestCase):
 
     def test_two_event_agents_and_two_network_agents(self):
         self.check(20, 60, 3, eventagent__pool__size=2, networkagent__pool__size=2)
+
+    def test_what_waits_at_the_end_is_flushed(self):
+        self.check(1, 400, 3, flushed=True, internal__probe__publishing__frequency=2000)
+
+
+class Restart(WholePath):
+    """The collector is killed and comes back, again and again, while requests run."""
+
+    def test_every_event_is_accounted_for(self):
+        collector = self.collect()
+        jvm = self.start(Driver, "Workload", port=collector.port)
+        jvm.ask("Workload.start", 4, 0, 2)
+        received = collections.Counter()
+        for round_ in range(RESTARTS):
+            wait_until(f"records in round {round_}", lambda: self.connected(collector))
+            time.sleep(0.05 * (round_ % 4))  # dies at varied moments of a cycle
+            collector.stop(signal.SIGKILL)
+            self.assertInitFirst(collector)
+            received.update(r["record"] for r in collector.records())
+            collector.json.write_text("")
+            collector.start()
+        requests = int(jvm.ask("Workload.finish"))
+        figures = jvm.drained()
+        self.assertEndsWell(jvm)
+        collector.stop()
+        received.update(r["record"] for r in collector.records())
+        self.assertGreater(requests, RESTARTS)
+        self.assertGreaterEqual(figures["created"], requests * 6)
+        # What a killed collector had in its socket was sent and never decoded, so it holds at most
+        # what was sent.
+        self.assertLessEqual(events(received), figures["sent"])
+
+    @staticmethod
+    def connected(collector):
+        return any(r["record"] == "SERVLET_REQUEST_START" for r in collector.records())
+
+    def assertInitFirst(self, collector):
+        first = collections.defaultdict(list)
+        for record in collector.records():
+            first[record["conn"]].append(record["record"])
+        for names in first.values():
+            self.assertEqual(names[:2], ["INIT", "INIT_J2EE"])
+            self.assertIn("SAMPLING_RATE", names)
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ import shutil
 import subprocess
 import unittest
 
-from harness import DIST, JDK, PATIENCE, Collector, Home, Jvm, free_port, wait_until
+from harness import AGENT, DIST, JDK, PATIENCE, Driver, Jvm, WholePath, free_port, wait_until
 
 NOBODY = pwd.getpwnam("nobody").pw_uid
 IS_ROOT = os.geteuid() == 0
@@ -33,124 +33,96 @@ def values(report, check):
     return next(f["values"] for f in report["findings"] if f["check"] == check)
 
 
-class Doctor(unittest.TestCase):
-    def setUp(self):
-        self.home = Home()
-        self.addCleanup(self.home.remove)
-
-    def server(self, main="Workload", **options):
-        jvm = Jvm(main, 1, 50, 2, home=self.home.path, **options)
-        self.addCleanup(jvm.remove)
+class Doctor(WholePath):
+    def serve(self, **how):
+        jvm = self.start(Driver, "Workload", **how)
+        jvm.ask("Workload.start", 1, 50, 2)
+        jvm.ask("Workload.finish")
         return jvm
 
-    def counted(self, jvm):
-        counters = self.home.path / "logs" / f"defaultnode.appserver.{jvm.process.pid}.counters"
-        return wait_until("the agent counts its events", counters.exists)
-
     def test_a_healthy_server(self):
-        collector = Collector().start()
-        self.addCleanup(collector.remove)
-        jvm = self.server(port=collector.port)
-        jvm.expect("done ")
-        self.counted(jvm)
-        report = wait_until("all is well, with events", lambda: self.healthy(jvm.process.pid))
-        self.assertEqual(finding(report, "library"), f"{DIST}/lib/libvelora.so is loaded")
-        self.assertEqual(values(report, "jvm")["interfaces"], "JVMTI")
-        self.assertEqual(values(report, "home")["home"], str(self.home.path))
-        self.assertEqual(values(report, "settings")["path"], str(self.home.settings))
-        self.assertEqual(values(report, "level")["level"], 2)
-        self.assertTrue(values(report, "publish")["connected"])
-        self.assertTrue(values(report, "probe")["started"])
-        self.assertEqual(values(report, "events")["lost"], 0)
+        collector = self.collect()
+        jvm = self.serve(port=collector.port)
+        pid = jvm.process.pid
+        counters = self.home.path / "logs" / f"defaultnode.appserver.{pid}.counters"
+        wait_until("the agent counts its events", counters.exists)
+
+        def healthy():
+            report = doctor(pid)
+            return report if report["well"] and values(report, "events")["created"] else None
+
+        report = wait_until("all is well, with events", healthy)
+        self.assertEqual(finding(report, "library"), f"{AGENT} is loaded")
+        for check, key, value in (
+                ("jvm", "interfaces", "JVMTI"), ("home", "home", str(self.home.path)),
+                ("settings", "path", str(self.home.settings)), ("level", "level", 2),
+                ("publish", "connected", True), ("probe", "started", True), ("events", "lost", 0)):
+            self.assertEqual(values(report, check)[key], value, check)
         self.assertIn("1008 am.nodename system property is undefined",
                       finding(report, "messages", "note"))
-        self.assertNothingDisturbed(jvm, collector)
-
-    def healthy(self, pid):
-        report = doctor(pid)
-        return report if report["well"] and values(report, "events")["created"] else None
-
-    def assertNothingDisturbed(self, jvm, collector):
-        jvm.tell("report")
-        self.assertIn("created", jvm.expect("report "))
-        self.assertEqual(jvm.end(), 0)
+        jvm.drained()  # nothing was disturbed
+        self.assertEndsWell(jvm)
         collector.stop()
         self.assertFalse([r for r in collector.records() if r["record"] == "MALFORMED"])
 
     def test_no_publish_server(self):
         port = free_port()
-        jvm = self.server(port=port)
-        jvm.expect("done ")
-        report = doctor(jvm.process.pid)
-        self.assertFalse(report["well"])
+        report = doctor(self.serve(port=port).process.pid)
         self.assertEqual(finding(report, "publish", "wrong"),
                          f"127.0.0.1:{port} (system property velora.publish.address)"
                          " does not answer: Connection refused")
         self.assertEqual(finding(report, "probe", "ok"), "has started")
-        self.assertIn("ok", {f["state"] for f in report["findings"] if f["check"] == "library"})
 
-    def test_no_agent(self):
-        jvm = self.server(main="Waits", agent=False)
+    def test_no_agent_and_an_idle_one(self):
+        jvm = self.start(Jvm, "Waits", agent=None)
         jvm.expect("ready")
-        report = doctor(jvm.process.pid)
-        self.assertEqual(finding(report, "library", "wrong"),
-                         f"no agent: the JVM's options lack -agentpath:{DIST}/lib/libvelora.so")
-
-    def test_an_idle_agent(self):
-        jvm = self.server(main="Waits", agent_options="java=off", port=free_port())
+        self.assertEqual(finding(doctor(jvm.process.pid), "library", "wrong"),
+                         f"no agent: the JVM's options lack -agentpath:{AGENT}")
+        jvm = self.start(Jvm, "Waits", agent_options="java=off")
         jvm.expect("ready")
-        report = doctor(jvm.process.pid)
-        self.assertIn("java=off", finding(report, "java side", "note"))
-        self.assertIn("java=off", finding(report, "probe", "note"))
+        for check in ("java side", "probe"):
+            self.assertIn("java=off", finding(doctor(jvm.process.pid), check, "note"))
 
+    @unittest.skipUnless(IS_ROOT, "only root can start a server for somebody else")
     def test_another_users_process(self):
-        if not IS_ROOT:
-            self.skipTest("only root can start a server for somebody else")
-        jvm = self.server(port=free_port())
-        jvm.expect("done ")
-        report = doctor(jvm.process.pid, user=NOBODY)
+        report = doctor(self.serve().process.pid, user=NOBODY)
         self.assertEqual(finding(report, "rights", "wrong"),
                          "user nobody has no right to see of this process: environment, memory"
                          " map; run the doctor as root or as user root")
 
-    def test_a_home_that_the_servers_user_may_not_enter(self):
-        os.chmod(self.home.path, 0o700 if IS_ROOT else 0)
-        self.addCleanup(os.chmod, self.home.path, 0o700)
-        jvm = self.server(port=free_port(), user=NOBODY if IS_ROOT else None)
-        jvm.expect("done ")
-        report = doctor(jvm.process.pid)
-        self.assertIn(f"{self.home.path} may not be entered", finding(report, "home", "wrong"))
-        self.assertIn("Permission denied", finding(report, "settings", "wrong"))
-        self.assertIn("is loaded", finding(report, "library", "ok"))
-
-    def test_a_home_that_the_servers_user_may_not_write_to(self):
-        os.chmod(self.home.path, 0o755)
+    def test_a_home_that_the_servers_user_may_not_enter_or_write_to(self):
+        home, user = self.home.path, NOBODY if IS_ROOT else None
+        os.chmod(home, 0o755)
         for name in ("etc", "logs"):
-            os.chmod(self.home.path / name, 0o555)
-            self.addCleanup(os.chmod, self.home.path / name, 0o755)
-        jvm = self.server(port=free_port(), user=NOBODY if IS_ROOT else None)
-        jvm.expect("done ")
-        report = doctor(jvm.process.pid)
+            os.chmod(home / name, 0o555)
+            self.addCleanup(os.chmod, home / name, 0o755)
+        report = doctor(self.serve(user=user).process.pid)
         for name in ("etc", "logs"):
-            self.assertIn(f"{self.home.path}/{name} may not be written by user ",
+            self.assertIn(f"{home}/{name} may not be written by user ",
                           finding(report, "rights", "wrong"))
         self.assertTrue(finding(report, "settings", "ok"))
+        os.chmod(home, 0o700 if IS_ROOT else 0)
+        self.addCleanup(os.chmod, home, 0o700)
+        report = doctor(self.serve(user=user).process.pid)
+        self.assertIn(f"{home} may not be entered", finding(report, "home", "wrong"))
+        self.assertIn("Permission denied", finding(report, "settings", "wrong"))
+        self.assertIn("is loaded", finding(report, "library", "ok"))
 
     def test_a_command_that_is_not_run(self):
         library = self.home.path / "lib" / "libvelora.so"
         shutil.copytree(DIST / "lib", library.parent)
         for file in library.parent.iterdir():
             file.chmod(0o755)  # what others may write is not tried
-        port = free_port()
 
         def report():
             return doctor("--", JDK / "bin" / "java", f"-agentpath:{library}",
-                          f"-Dvelora.publish.address=localhost:{port}", "-jar", "absent.jar")
+                          f"-Dvelora.publish.address=localhost:{free_port()}", "-jar", "absent.jar")
 
-        self.assertIn("can be loaded", finding(report(), "library", "ok"))
-        self.assertIn("can be loaded", finding(report(), "toolkit", "ok"))
-        self.assertEqual(values(report(), "home")["home"], str(self.home.path))
-        self.assertIn("Connection refused", finding(report(), "publish", "wrong"))
+        whole = report()
+        for check, state, text in (
+                ("library", "ok", "can be loaded"), ("toolkit", "ok", "can be loaded"),
+                ("home", None, str(self.home.path)), ("publish", "wrong", "Connection refused")):
+            self.assertIn(text, finding(whole, check, state))
         (library.parent / "libklgmsg.so").unlink()
         self.assertIn("libklgmsg.so: No such file", finding(report(), "toolkit", "wrong"))
         self.damage(library)

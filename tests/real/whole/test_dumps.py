@@ -7,13 +7,10 @@ import signal
 import stat
 import subprocess
 import tempfile
-import time
 import unittest
 
-from harness import Collector, Home, Jvm, wait_until
-from test_counts import assert_balanced, drained
+from harness import Driver, WholePath, wait_until
 
-SECONDS = float(os.environ.get("VELORA_DUMP_SECONDS", 4))  # of the mixed run
 LOCATIONS = [pathlib.Path("/tmp/javacore_locations"), pathlib.Path("/tmp/dump_locations")]
 HEADER = re.compile(r'^"(.*)" \(TID:0x[0-9a-f]+, sys_thread_t:0x([0-9a-f]+), state:([A-Z]+), '
                     r"native ID:0x([0-9a-f]+)\)")
@@ -62,55 +59,46 @@ def read_back(path, envs):
     return stacks
 
 
-class Server:
-    def __init__(self, each, *options, env=None):
-        self.home, self.collector = Home(internal__stacktrace__sleep=300), Collector().start()
-        self.jvm = Jvm("Dumps", each, home=self.home.path, port=self.collector.port,
-                       options=(*options, OWN_DUMPS_TO_STDERR), env=env)
-        self.jvm.expect("ready")
+def javacores(jvm):
+    return sorted(jvm.cwd.glob("javacore*"))
 
-    def __enter__(self):
-        return self
 
-    def __exit__(self, *_):
-        self.jvm.remove(), self.collector.remove(), self.home.remove()
+class Dumps(WholePath):
+    def serve(self, each, *options, env=None):
+        self.home.set(internal__stacktrace__sleep=300)
+        jvm = self.start(Driver, "Dumps", "Workload", port=self.collect().port, env=env,
+                         options=[*options, OWN_DUMPS_TO_STDERR])
+        jvm.ask("Dumps.pose", each)
+        return jvm
 
-    def order(self, *words):
-        self.jvm.tell(" ".join(map(str, words)))
-        self.jvm.expect("done")
-
-    def dump(self):
+    def dump(self, jvm):
         """Another JVM of this user's that dumps within the same two seconds is named instead."""
-        own = f"javacore{self.jvm.process.pid}."
-        return wait_until("a dump of its own", lambda: (
-            path if (path := self.dump_once()).name.startswith(own) else None))
+        def own():
+            result, path, offset = jvm.ask("Dumps.dump").split(" ")
+            self.assertEqual((result, offset), ("0", "0"), jvm.stderr())
+            path = pathlib.Path(path)
+            return path if path.name.startswith(f"javacore{jvm.process.pid}.") else None
+        return wait_until("a dump of its own", own)
 
-    def dump_once(self):
-        self.jvm.tell("dump")
-        result, path, offset = self.jvm.expect("dump ").split(" ")
-        self.jvm.expect("done")
-        assert (result, offset) == ("0", "0"), self.jvm.stderr()
-        return pathlib.Path(path)
+    def dump_on_signal(self, jvm):
+        before = len(javacores(jvm))
+        jvm.process.send_signal(signal.SIGQUIT)
+        wait_until("the signal's dump", lambda: len(javacores(jvm)) > before)
+        return javacores(jvm)[-1]
 
-    def javacores(self):
-        return sorted(self.jvm.cwd.glob("javacore*"))
-
-    def stacks(self):
+    def stacks(self, jvm):
         """{name: (env, [class.method])} as Java sees them."""
-        file = self.jvm.cwd / "stacks.txt"
-        self.order("stacks", file)
-        found, frames = {}, None
+        file = jvm.cwd / "stacks.txt"
+        jvm.ask("Dumps.writeStacks", str(file))
+        found = {}
         for line in file.read_text(encoding="utf-8").splitlines():
             if "|" in line:
                 name, env = line.split("|")
-                frames = []
-                found[name] = (env, frames)
+                found[name] = (env, [])
             else:
-                frames.append(line)
+                found[name][1].append(line)
         return found
 
-
-class Dumps(unittest.TestCase):
     def assertWhole(self, path, expected):
         seen = {t.name: t for t in read(path)}
         self.assertEqual(read_back(path, [env for env, _ in expected.values()]),
@@ -122,94 +110,47 @@ class Dumps(unittest.TestCase):
             kind = name.split()[0]
             if kind != "native":  # the JVM tells native methods of its own library otherwise
                 self.assertEqual(thread.state, STATES[kind], name)
-        monitor = next(m for _, m in seen["main"].locked if "java.lang.Object" in m)
+        monitor = next(m for _, m in seen["holder"].locked if "java.lang.Object" in m)
         self.assertIn("waiting for " + monitor.split("locked ")[1], seen["blocked 0"].header)
 
     def test_five_hundred_threads(self):
-        with Server(EACH, "-Xcheck:jni") as server:
-            expected = server.stacks()
-            self.assertEqual(len(expected), 3 * EACH)
-            self.assertGreater(len(expected["parked 0"][1]), 3000)
-            path = server.dump()
-            self.assertEqual(path.parent, server.jvm.cwd)
-            self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o600)
-            tasks = set(map(int, os.listdir(f"/proc/{server.jvm.process.pid}/task")))
-            for thread in read(path):
-                self.assertIn(thread.native_id, tasks | {0}, thread.name)
-            self.assertWhole(path, expected)
-            before = len(server.javacores())
-            server.jvm.process.send_signal(signal.SIGQUIT)
-            wait_until("the signal's dump", lambda: len(server.javacores()) > before)
-            newest = server.javacores()[-1]
-            self.assertWhole(newest, expected)
-            for locations in LOCATIONS:
-                wait_until("it is named", lambda: str(newest) in locations.read_text())
-            self.assertEqual(server.jvm.end(), 0, server.jvm.stderr())
-            self.assertNotIn("WARNING in native", "".join(server.jvm.output) + server.jvm.stderr())
+        jvm = self.serve(EACH, "-Xcheck:jni")
+        expected = self.stacks(jvm)
+        self.assertEqual(len(expected), 3 * EACH)
+        self.assertGreater(len(expected["parked 0"][1]), 3000)
+        path = self.dump(jvm)
+        self.assertEqual(path.parent, jvm.cwd)
+        self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o600)
+        tasks = set(map(int, os.listdir(f"/proc/{jvm.process.pid}/task")))
+        for thread in read(path):
+            self.assertIn(thread.native_id, tasks | {0}, thread.name)
+        self.assertWhole(path, expected)
+        newest = self.dump_on_signal(jvm)
+        self.assertWhole(newest, expected)
+        for locations in LOCATIONS:
+            wait_until("it is named", lambda: str(newest) in locations.read_text())
+        self.assertEndsWell(jvm)
 
     def test_dump_directory(self):
         with tempfile.TemporaryDirectory() as directory:
-            with Server(1, env={"NORVIK_JAVACOREDIR": directory}) as server:
-                self.assertEqual(server.dump().parent, pathlib.Path(directory))
-        with Server(1, env={"NORVIK_JAVACOREDIR": directory}) as server:
-            self.assertEqual(server.dump().parent, server.jvm.cwd, "it is gone")
+            env = {"NORVIK_JAVACOREDIR": directory}
+            self.assertEqual(self.dump(self.serve(1, env=env)).parent, pathlib.Path(directory))
+        jvm = self.serve(1, env=env)
+        self.assertEqual(self.dump(jvm).parent, jvm.cwd, "it is gone")
 
-    def test_every_100_ms_under_load(self):
-        with Server(20) as server:
-            server.order("load")
-            for count in range(1, 41):
-                server.jvm.process.send_signal(signal.SIGQUIT)
-                wait_until("one more dump", lambda: len(server.javacores()) >= count)
-            server.order("stop")
-            for path in server.javacores():
-                names = [t.name for t in read(path)]
-                self.assertLessEqual({f"{k} {i}" for k in STATES for i in range(20)}, set(names))
-            figures = drained(server.jvm)
-            self.assertGreater(figures["sent"], 0)
-            assert_balanced(self, figures)
-            self.assertEqual(server.jvm.end(), 0, server.jvm.stderr())
-            self.assertEqual(server.jvm.crash_files(), [])
-
-    def test_all_kinds_in_turn_under_requests(self):
-        """The clock ticks every 100 ms; what takes longer lets ticks pass."""
-        home, collector = Home(), Collector().start()
-        jvm = Jvm("Workload", 8, 0, 3, home=home.path, port=collector.port,
-                  options=[OWN_DUMPS_TO_STDERR])
-
-        def look(order):
-            jvm.tell(order)
-            result, micros, requests = map(int, jvm.expect("looked ").split())
-            self.assertEqual(result, 0, jvm.stderr())
-            return micros, requests
-
-        def javacore():
-            count = len(list(jvm.cwd.glob("javacore*")))
-            jvm.process.send_signal(signal.SIGQUIT)
-            wait_until("a javacore", lambda: len(list(jvm.cwd.glob("javacore*"))) > count)
-
-        try:
-            jvm.expect("ready")
-            longest, turns, start = {"snapshot": 0, "dump": 0}, 0, time.monotonic()
-            while time.monotonic() < start + SECONDS or turns == 0:
-                for kind in ("snapshot", "javacore", "dump"):
-                    if kind == "javacore":
-                        javacore()
-                    else:
-                        longest[kind] = max(longest[kind], look(kind)[0])
-                    before = look("count")[1]
-                    time.sleep(0.1 - (time.monotonic() - start) % 0.1)
-                    wait_until("requests go on", lambda: look("count")[1] > before)
-                turns += 1
-            jvm.tell("stop")
-            requests = int(jvm.expect("done "))
-            figures = drained(jvm)
-            print(f"{turns} turns, {requests} requests, longest in us {longest}, {figures}")
-            assert_balanced(self, figures)
-            self.assertGreaterEqual(figures["created"], requests * 8)
-            self.assertEqual(jvm.end(), 0, jvm.stderr())
-            self.assertEqual(jvm.crash_files(), [])
-        finally:
-            jvm.remove(), collector.remove(), home.remove()
+    def test_all_kinds_while_requests_and_threads_come_and_go(self):
+        jvm = self.serve(20)
+        jvm.ask("Workload.start", 4, 0, 3)
+        jvm.ask("Dumps.churn")
+        for turn in range(40):
+            names = {t.name for t in read(self.dump_on_signal(jvm))}
+            self.assertLessEqual({f"{kind} {i}" for kind in STATES for i in range(20)}, names)
+            if turn % 4 == 0:
+                self.assertEqual(jvm.ask("Dumps.heap"), "0 0", jvm.stderr())
+        requests = int(jvm.ask("Workload.finish"))
+        self.assertGreaterEqual(jvm.drained()["created"], requests * 8)
+        self.assertGreater(requests, 40)
+        self.assertEndsWell(jvm)
 
 
 if __name__ == "__main__":

@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import DIST, JDK, Collector, Home, assert_nested, free_port, wait_until
+from harness import AGENT, COMPLAINT, JDK, WholePath, free_port, wait_until
 
 SHOP = pathlib.Path(os.environ["VELORA_DEMO_TOMCAT"])
 TOMCAT = pathlib.Path("/usr/share/tomcat10")
@@ -28,7 +28,7 @@ class Shop:
         server = self.base / "conf" / "server.xml"
         server.write_text(server.read_text().replace("@PORT@", str(self.port)))
         self.log = open(self.base / "tomcat.log", "w+", encoding="utf-8", errors="replace")
-        options = [f"-agentpath:{DIST}/lib/libvelora.so", f"-Dam.home={home.path}", "-Xcheck:jni",
+        options = [f"-agentpath:{AGENT}", f"-Dam.home={home.path}", "-Xcheck:jni",
                    f"-Dvelora.publish.address=127.0.0.1:{collector.port}"]
         self.process = subprocess.Popen(
             [TOMCAT / "bin" / "catalina.sh", "run"], stdin=subprocess.DEVNULL, stdout=self.log,
@@ -65,41 +65,29 @@ class Shop:
         shutil.rmtree(self.base, ignore_errors=True)
 
 
-class Tomcat(unittest.TestCase):
+class Tomcat(WholePath):
     def test_each_request_and_each_statement(self):
         for threads, requests in ((1, 60), (20, 400)):
             with self.subTest(threads=threads):
                 self.check(threads, requests)
 
     def check(self, threads, requests):
-        home, collector = Home(), Collector("--strict").start()
-        shop = Shop(home, collector)
-        try:
-            answers = collections.Counter()
-            wait_until("the shop answers", lambda: shop.get("/item?id=1") == 200)
-            with concurrent.futures.ThreadPoolExecutor(threads) as users:
-                answers.update(users.map(lambda n: shop.get(f"/item?id={n % 5 + 1}"),
-                                         range(requests)))
-            self.assertEqual(answers, {200: requests})
-            shop.stop()
-            collector.stop()
-            self.assertEqual(collector.process.returncode, 0, "malformed input")
-            made = self.begun(collector)
-            for what in SERVLETS + STATEMENTS:
-                self.assertEqual(made[what], requests + 1, what)
-            assert_nested(self, collector.records())
-            self.assertNotIn("WARNING in native", shop.text())
-        finally:
-            shop.remove(), collector.remove(), home.remove()
-
-    def begun(self, collector):
-        begun = collections.Counter()
-        for r in collector.records():
-            if r["record"] == "SERVLET_REQUEST_START":
-                begun[r["request_name"]] += 1
-            elif r["record"] == "SQL_START":
-                begun[r["sql"]] += 1
-        return begun
+        collector = self.collect("--strict")
+        shop = Shop(self.home, collector)
+        self.addCleanup(shop.remove)
+        wait_until("the shop answers", lambda: shop.get("/item?id=1") == 200)
+        with concurrent.futures.ThreadPoolExecutor(threads) as users:
+            answers = users.map(lambda n: shop.get(f"/item?id={n % 5 + 1}"), range(requests))
+            self.assertEqual(collections.Counter(answers), {200: requests})
+        shop.stop()
+        collector.stop()
+        self.assertEqual(collector.process.returncode, 0, "malformed input")
+        begun = collections.Counter(r.get("request_name") or r.get("sql")
+                                    for r in collector.records() if r["record"].endswith("_START"))
+        for what in SERVLETS + STATEMENTS:
+            self.assertEqual(begun[what], requests + 1, what)
+        self.assertNested(collector.records())
+        self.assertNotRegex(shop.text(), COMPLAINT)
 
 
 if __name__ == "__main__":

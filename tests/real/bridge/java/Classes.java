@@ -33,7 +33,7 @@ public final class Classes {
             + "statics=CONSTANT:I,names:[Ljava/lang/String;, "
             + "instances=wide:J,other:Ljava/lang/Object;, methods=";
     Probe.check(record.startsWith(expected), "record " + record);
-    Probe.check(record.contains("text()Ljava/lang/String;@9-9,"), "lines in " + record);
+    Probe.check(record.contains("text()Ljava/lang/String;@14-14,"), "lines in " + record);
     Probe.check(record.contains("compareTo(LVictim;)I@-1--1,"), "native method in " + record);
     return id;
   }

@@ -29,7 +29,6 @@ public final class GcStress {
     for (Thread thread : threads) thread.join();
     Probe.await(() -> Probe.count(60) == Probe.count(61));
     Probe.check(!Probe.heapFiguresWrong(), "used and total sizes disagree");
-    Probe.check(Probe.jvmmiCount(9) > 0 && Probe.jvmmiCount(10) > 0, "JVMMI collections");
     System.out.println("PASS");
   }
 }

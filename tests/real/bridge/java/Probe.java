@@ -3,7 +3,6 @@ final class Probe {
   static native long env();
   static native long envNamed(String threadName);
   static native int count(int jvmpiEvent);
-  static native int jvmmiCount(int jvmmiEvent);
   static native int status(long env);
   static native String trace(long env, int depth);
   static native String started(long env);
@@ -19,8 +18,6 @@ final class Probe {
   static native long stored(long env);
   static native int systemThread();
   static native long cpuTime();
-  static native int threadDump();
-
   static native int notOffered();
   static native void runGc();
   static native boolean heapFiguresWrong();

@@ -5,6 +5,11 @@ class Victim implements Runnable, Comparable<Victim> {
   long wide;
   Object other;
 
+  /** What the class-load hook made of it. */
+  public static void main(String[] args) {
+    System.out.println("Victim says " + text());
+  }
+
   static String text() {
     return "original";
   }

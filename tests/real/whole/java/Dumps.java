@@ -1,9 +1,7 @@
 import com.velora.command.CommandAgent;
 import com.velora.command.ThreadDumpInfo;
-import com.velora.probe.ProbeController;
+import com.velora.command.heap.HeapUtil;
 import com.velora.probe.ThreadManager;
-import java.io.BufferedReader;
-import java.io.InputStreamReader;
 import java.io.PrintWriter;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
@@ -12,20 +10,14 @@ import java.util.concurrent.locks.LockSupport;
 
 /**
  * Many threads that stand still in known ways: parked in deep recursions, waiting for a monitor, in
- * native code. Argument: how many of each. Orders on standard input:
- *
- * <p>"stacks FILE" writes what Java itself says of them, a line "name|env" and then a line
- * "class.method" per frame. "dump" makes a dump, "dumps N" that many while a load runs.
+ * native code; and dumps of them.
  */
 public class Dumps {
     private static final Object MONITOR = new Object();
-    private static final CountDownLatch NEVER = new CountDownLatch(1);
-    private static CountDownLatch started;
     private static final Map<Thread, Integer> ids = new ConcurrentHashMap<>();
 
     private static void known() {
         ids.put(Thread.currentThread(), (int) ThreadManager.getEnv());
-        started.countDown();
     }
 
     static void parkBelow(int depth) {
@@ -53,26 +45,22 @@ public class Dumps {
         }
     }
 
-    private static class Body extends Thread {
-        private final int kind, number;
-
-        Body(int kind, int number) {
-            super(null, null, new String[] {"parked ", "blocked ", "native "}[kind] + number, 64 << 20);
-            this.kind = kind;
-            this.number = number;
-            setDaemon(true);
-        }
-
-        @Override public void run() {
-            if (kind == 0) parkBelow(number == 0 ? 3000 : number);
-            if (kind == 1) waitForMonitor();
-            if (kind == 2) inNative();
-        }
+    private static Thread posed(int kind, int number) {
+        Runnable body = switch (kind) {
+            case 0 -> () -> parkBelow(number == 0 ? 3000 : number);
+            case 1 -> Dumps::waitForMonitor;
+            default -> Dumps::inNative;
+        };
+        String name = new String[] {"parked ", "blocked ", "native "}[kind] + number;
+        Thread thread = new Thread(null, body, name, 64 << 20);
+        thread.setDaemon(true);
+        thread.start();
+        return thread;
     }
 
     private static boolean standsStill(Thread thread) {
         StackTraceElement[] stack = thread.getStackTrace();
-        if (stack.length == 0) return false;
+        if (!ids.containsKey(thread) || stack.length == 0) return false;
         String name = thread.getName();
         Thread.State state = thread.getState();
         if (name.startsWith("parked")) return state == Thread.State.WAITING;
@@ -80,7 +68,23 @@ public class Dumps {
         return stack[0].isNativeMethod();
     }
 
-    private static void writeStacks(String file) throws Exception {
+    /** So many of each kind, and the thread "holder" that has their monitor. */
+    static void pose(int each) throws Exception {
+        CountDownLatch held = new CountDownLatch(1);
+        Driver.daemon("holder", () -> {
+            synchronized (MONITOR) {
+                held.countDown();
+                while (true) LockSupport.park();
+            }
+        });
+        held.await();
+        Thread[] threads = new Thread[3 * each];
+        for (int i = 0; i < threads.length; ++i) threads[i] = posed(i % 3, i / 3);
+        for (Thread thread : threads) while (!standsStill(thread)) Thread.sleep(1);
+    }
+
+    /** What Java itself says of them: a line "name|env", then a line "class.method" per frame. */
+    static void writeStacks(String file) throws Exception {
         try (PrintWriter out = new PrintWriter(file, "UTF-8")) {
             for (Map.Entry<Thread, StackTraceElement[]> e : Thread.getAllStackTraces().entrySet()) {
                 Integer id = ids.get(e.getKey());
@@ -92,52 +96,24 @@ public class Dumps {
         }
     }
 
-    /** Requests of long-lived threads, beside threads that come and go. */
-    private static void load(CountDownLatch end) {
-        while (end.getCount() > 0) {
-            ThreadManager.startNativeHttpRequest(null, "/dump", "shop", "http://shop/dump", "ann");
-            ThreadManager.finishNativeHttpRequest("/dump", "shop", "http://shop/dump");
-            Thread brief = new Thread("brief") {};
-            brief.start();
-            LockSupport.parkNanos(1_000_000);
-        }
+    static String dump() {
+        ThreadDumpInfo info = new ThreadDumpInfo();
+        int result = CommandAgent.generateThreadDump(info);
+        return result + " " + info.getFileName() + " " + info.getOffSet();
     }
 
-    private static void startLoad(CountDownLatch end) {
-        for (int i = 0; i < 4; ++i) {
-            Thread loader = new Thread(() -> load(end), "load " + i);
-            loader.setDaemon(true);
-            loader.start();
-        }
+    static String heap() {
+        return HeapUtil.getHeapSnapShotData(new StringBuffer()) + " "
+            + HeapUtil.getHeapDumpData(new StringBuffer());
     }
 
-    public static void main(String[] args) throws Exception {
-        int each = Integer.parseInt(args[0]);
-        while (!ProbeController.isNativeProbeEnabled()) Thread.sleep(5);
-        started = new CountDownLatch(3 * each);
-        synchronized (MONITOR) {
-            Body[] bodies = new Body[3 * each];
-            for (int i = 0; i < bodies.length; ++i) (bodies[i] = new Body(i % 3, i / 3)).start();
-            started.await();
-            for (Body body : bodies) while (!standsStill(body)) Thread.sleep(1);
-            System.out.println("ready");
-            CountDownLatch end = new CountDownLatch(1);
-            BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
-            for (String order = orders.readLine(); order != null; order = orders.readLine()) {
-                String[] words = order.split(" ");
-                if (words[0].equals("stacks")) writeStacks(words[1]);
-                if (words[0].equals("load")) startLoad(end);
-                if (words[0].equals("stop")) end.countDown();
-                if (words[0].equals("dump")) {
-                    ThreadDumpInfo info = new ThreadDumpInfo();
-                    int result = CommandAgent.generateThreadDump(info);
-                    System.out.println("dump " + result + " " + info.getFileName() + " " + info.getOffSet());
-                }
-                if (words[0].equals("report"))
-                    System.out.println(
-                            "report " + ThreadManager.getNativeLossReport().replace('\n', ' '));
-                System.out.println("done");
+    /** Threads that come and go, for as long as the JVM lives. */
+    static void churn() {
+        Driver.daemon("churn", () -> {
+            while (true) {
+                new Thread("brief") {}.start();
+                LockSupport.parkNanos(1_000_000);
             }
-        }
+        });
     }
 }

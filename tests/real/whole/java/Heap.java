@@ -1,22 +1,15 @@
 import static java.nio.charset.StandardCharsets.ISO_8859_1;
 
 import com.velora.command.heap.HeapUtil;
-import com.velora.probe.ProbeController;
-import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStream;
-import java.io.InputStreamReader;
 import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 
-/**
- * A heap with a known population. Orders, a line each: "snapshot FILE" and "dump FILE" write a
- * summary and print "result CODE", "arrays N", "classes N" and "loading N" change the heap and
- * print "done".
- */
+/** A heap with a known population, and what changes it. */
 public class Heap {
     static class Plain { int number; long wide; Object other; }
     static class Derived extends Plain implements Runnable, Comparable<Derived> {
@@ -39,50 +32,42 @@ public class Heap {
     private static final List<Object> kept = new ArrayList<>(2_000_000);
     private static volatile boolean loading;
 
-    public static void main(String[] args) throws Exception {
-        for (int i = 0; i < Integer.parseInt(args[0]); ++i) kept.add(new Plain());
+    static class Unprepared { static long wide = 1; }
+
+    static void populate(int plain) throws Exception {
+        for (int i = 0; i < plain; ++i) kept.add(new Plain());
         for (int i = 0; i < 777; ++i) kept.add(new Derived());
         for (int i = 0; i < 11; ++i) kept.add(new Empty());
         for (int i = 0; i < 5; ++i) kept.add(new Pair(i, null));
         kept.add((Runnable) () -> kept.clear());
         // Loaded and never made ready: the JVM says nothing of its fields.
         kept.add(Class.forName("Heap$Unprepared", false, Heap.class.getClassLoader()));
-        while (!ProbeController.isNativeProbeEnabled()) Thread.sleep(5);
-        System.out.println("ready");
-        BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
-        for (String line; (line = orders.readLine()) != null; ) obey(line.split(" "));
     }
 
-    static class Unprepared { static long wide = 1; }
+    /** Writes a summary to the file; returns what the agent answers. */
+    static int summary(String source, String file) throws IOException {
+        StringBuffer text = new StringBuffer("kept:");
+        int result = source.equals("dump") ? HeapUtil.getHeapDumpData(text)
+                                           : HeapUtil.getHeapSnapShotData(text);
+        Files.writeString(Path.of(file), text);
+        return result;
+    }
 
-    private static void obey(String[] order) throws Exception {
-        switch (order[0]) {
-            case "snapshot", "dump" -> {
-                StringBuffer text = new StringBuffer("kept:");
-                int result = order[0].equals("dump") ? HeapUtil.getHeapDumpData(text)
-                                                     : HeapUtil.getHeapSnapShotData(text);
-                Files.writeString(Path.of(order[1]), text);
-                System.out.println("result " + result);
-            }
-            case "arrays" -> {
-                for (int i = Integer.parseInt(order[1]); i > 0; --i) {
-                    kept.add(new long[10]);
-                    kept.add(new Empty[7]);
-                }
-                System.out.println("done");
-            }
-            case "classes" -> {
-                Definer definer = new Definer();
-                for (int i = Integer.parseInt(order[1]); i > 0; --i) kept.add(definer.instance(i));
-                System.out.println("done");
-            }
-            case "loading" -> {
-                loading = order[1].equals("1");
-                if (loading) new Thread(Heap::load).start();
-                System.out.println("done");
-            }
-            default -> throw new IOException(order[0]);
+    static void arrays(int count) {
+        for (int i = 0; i < count; ++i) {
+            kept.add(new long[10]);
+            kept.add(new Empty[7]);
         }
+    }
+
+    static void classes(int count) {
+        Definer definer = new Definer();
+        for (int i = 1; i <= count; ++i) kept.add(definer.instance(i));
+    }
+
+    static void loading(boolean on) {
+        loading = on;
+        if (on) new Thread(Heap::load).start();
     }
 
     private static void load() {

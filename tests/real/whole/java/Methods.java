@@ -1,19 +1,7 @@
-import com.velora.bcm.bootstrap.BcmBootstrap;
-import com.velora.command.MethodLevelModule;
-import com.velora.probe.ProbeController;
-import com.velora.probe.ThreadManager;
-import com.velora.probe.heap.HeapAnalysisRuntime;
-import com.velora.probe.l3trace.BcmRuntime;
-import com.velora.probe.lock.LockAnalysisRuntime;
-import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStream;
-import java.io.InputStreamReader;
 
-/**
- * Reports classes and methods as woven code does, and lets the JVM unload classes. Does on standard
- * input's orders: "announce", "keep", "register", "analyse", "drop N", "collect", "report".
- */
+/** Natives that can only be registered, and classes that the JVM unloads. */
 public class Methods {
     /** Of another name than the classes that the library knows: its natives can only be registered. */
     static final class OwnRuntime {
@@ -50,83 +38,11 @@ public class Methods {
         }
     }
 
-    private static void announce() {
-        MethodLevelModule.initializeClass(
-                "shop.Basket", new int[] {8, -16}, new String[] {"add", "sum"}, new String[] {"(I)V", "()J"});
-        MethodLevelModule.initializeClass(
-                "shop.Broken", new int[] {1, 2, 3}, new String[] {"a", "b", "c"}, new String[] {"", ""});
-        MethodLevelModule.beforeMethod(8);
-        MethodLevelModule.beforeMethod(-16);
-        MethodLevelModule.afterMethod(-16);
-        MethodLevelModule.afterMethod(8);
-        MethodLevelModule.unloadClass("shop.Basket");
-        MethodLevelModule.unloadClass("shop.Basket");
-        MethodLevelModule.unloadClass("shop.Stranger");
-        BcmRuntime.sendClassEventNative(
-                4711, "shop.Cart", new int[] {24}, new String[] {"pay"}, new String[] {null});
-        BcmRuntime.appendL3Event((byte) 0, 24);
-        BcmRuntime.appendL3Event((byte) 1, 24);
-        BcmRuntime.sendClassUnloadEventNative(4711, "shop.Cart", new int[] {24});
-        System.out.println("announced");
-    }
-
-    /** What a class that has no natives yet says of the first call. */
-    private static boolean callable() {
-        try {
-            return OwnRuntime.appendL3Event((byte) 0, 99);
-        } catch (UnsatisfiedLinkError notYet) {
-            return false;
-        }
-    }
-
-    private static void register() {
-        boolean before = callable();
-        BcmBootstrap.defineNativeMethodsForClassNative(OwnRuntime.class, "com.velora.Other");
-        boolean other = callable();
-        for (Class<?> known : new Class<?>[] {BcmRuntime.class, HeapAnalysisRuntime.class, LockAnalysisRuntime.class})
-            BcmBootstrap.defineNativeMethodsForClassNative(known, known.getName());
-        BcmBootstrap.defineNativeMethodsForClassNative(OwnRuntime.class, BcmRuntime.class.getName());
-        boolean after = callable()
-                && OwnRuntime.sendClassEventNative(5, "x.Own", new int[0], new String[0], new String[0])
-                && OwnRuntime.sendClassUnloadEventNative(5, "x.Own", new int[0]);
-        System.out.println("registered " + before + " " + other + " " + after);
-    }
-
-    private static void analyse() {
-        HeapAnalysisRuntime.nativeHeapAllocationStart(8, 42, "shop.Item");
-        HeapAnalysisRuntime.nativeHeapAllocationEnd(8, 42, "shop.Item");
-        StringBuilder queued = new StringBuilder();
-        for (byte kind = 0; kind < 8; ++kind)
-            queued.append(
-                    LockAnalysisRuntime.appendEvent(kind, "shop.Till", 8, (byte) 1, "/pay", "shop", -16, 0) ? 1 : 0);
-        System.out.println("analysed " + queued);
-    }
-
-    private static void drop(int loaders) throws Exception {
+    static void drop(int loaders) throws Exception {
         for (int i = 0; i < loaders; ++i) Class.forName("Methods$Doomed", true, new OwnLoader());
-        System.out.println("dropped");
     }
 
-    public static void main(String[] args) throws Exception {
-        while (!ProbeController.isNativeProbeEnabled()) Thread.sleep(5);
-        System.out.println("ready");
-        BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
-        for (String order = orders.readLine(); order != null; order = orders.readLine()) {
-            if (order.equals("announce")) announce();
-            if (order.equals("keep")) {
-                MethodLevelModule.initializeClass(
-                        "shop.Kept", new int[] {40}, new String[] {"stay"}, new String[] {"()V"});
-                System.out.println("kept");
-            }
-            if (order.equals("register")) register();
-            if (order.equals("analyse")) analyse();
-            if (order.startsWith("drop ")) drop(Integer.parseInt(order.substring(5)));
-            if (order.equals("collect")) {
-                System.gc();
-                System.out.println("collected");
-            }
-            if (order.equals("report"))
-                System.out.println("report " + ThreadManager.getNativeLossReport().replace('\n', ' '));
-        }
+    static void collect() {
+        System.gc();
     }
 }

@@ -9,8 +9,6 @@ public final class Check {
   private static int failures;
   private static int made;
 
-  private Check() {}
-
   public interface Action {
     void run() throws Exception;
   }

@@ -21,6 +21,7 @@ public final class FakeDriver implements Driver {
   interface Vendor extends Connection {}
 
   static Vendor connection;
+  static final Fakes.Answer RAW = args -> connection;
   static Properties passed;
   static String url;
 
@@ -37,14 +38,10 @@ public final class FakeDriver implements Driver {
             "createStatement", statement(Statement.class),
             "prepareStatement", statement(PreparedStatement.class),
             "prepareCall", statement(CallableStatement.class),
-            "getMetaData", Fakes.of(DatabaseMetaData.class, "getConnection", raw()),
+            "getMetaData", Fakes.of(DatabaseMetaData.class, "getConnection", RAW),
             "unwrap", new SQLException("not a wrapper"),
             "toString", "fake connection");
     return connection;
-  }
-
-  private static Fakes.Answer raw() {
-    return args -> connection;
   }
 
   private static Fakes.Answer statement(Class<? extends Statement> type) {
@@ -57,49 +54,22 @@ public final class FakeDriver implements Driver {
         }
         return null;
       };
-      Fakes.Answer counting = args -> {
-        failing.to(args);
-        return 3;
-      };
       return Fakes.of(
           type,
           "executeQuery", failing,
           "execute", (Fakes.Answer) args -> failing.to(args) == null,
-          "executeUpdate", counting,
+          "executeUpdate", (Fakes.Answer) args -> failing.to(args) == null ? 3 : 0,
           "executeLargeUpdate", (Fakes.Answer) args -> failing.to(args) == null ? 3L : 0L,
           "executeBatch", new int[] {1, 1},
           "getGeneratedKeys", KEYS,
-          "getConnection", raw());
+          "getConnection", RAW);
     };
   }
 
-  @Override
-  public boolean acceptsURL(String target) {
-    return target.startsWith("jdbc:fake:");
-  }
-
-  @Override
-  public DriverPropertyInfo[] getPropertyInfo(String target, Properties info) {
-    return new DriverPropertyInfo[] {new DriverPropertyInfo("seen", target)};
-  }
-
-  @Override
-  public int getMajorVersion() {
-    return 9;
-  }
-
-  @Override
-  public int getMinorVersion() {
-    return 9;
-  }
-
-  @Override
-  public boolean jdbcCompliant() {
-    return true;
-  }
-
-  @Override
-  public Logger getParentLogger() {
-    return null;
-  }
+  @Override public boolean acceptsURL(String target) { return target.startsWith("jdbc:fake:"); }
+  @Override public DriverPropertyInfo[] getPropertyInfo(String target, Properties info) { return null; }
+  @Override public int getMajorVersion() { return 9; }
+  @Override public int getMinorVersion() { return 9; }
+  @Override public boolean jdbcCompliant() { return true; }
+  @Override public Logger getParentLogger() { return null; }
 }

@@ -12,8 +12,6 @@ import java.util.Properties;
 public final class JdbcTest {
   private static final String SOURCE = "jdbc:fake:shop";
 
-  private JdbcTest() {}
-
   public static void main(String[] args) throws Exception {
     findsDriverByClassName();
     DriverManager.registerDriver(new FakeDriver());

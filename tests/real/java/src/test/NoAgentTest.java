@@ -11,8 +11,6 @@ import java.sql.Statement;
 
 /** The jar without the agent's classes, or without the library behind them: nobody notices. */
 public final class NoAgentTest {
-  private NoAgentTest() {}
-
   public static void main(String[] args) throws Exception {
     DriverManager.registerDriver(new FakeDriver());
     for (int round = 0; round < 2; round++) {

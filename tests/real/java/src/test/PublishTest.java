@@ -9,8 +9,6 @@ import java.nio.file.Path;
 
 /** Where the publish server's address comes from. The argument is the variable's own address. */
 public final class PublishTest {
-  private PublishTest() {}
-
   private static String lookedUp() {
     pe_lookup.hostName_ = null;
     pe_lookup.port_ = -1;

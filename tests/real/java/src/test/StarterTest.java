@@ -12,8 +12,6 @@ public final class StarterTest {
   private static final String PROBE =
       "probe|/opt/velora|defaultnode|till|defaultnode.till.4711|0|true";
 
-  private StarterTest() {}
-
   public static void main(String[] args) throws Exception {
     Calls.refused = args.length > 0 ? args[0] : "";
     System.setProperty("am.appserver", "till");

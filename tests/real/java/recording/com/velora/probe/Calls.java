@@ -7,8 +7,6 @@ import java.util.List;
 public final class Calls {
   private static final List<String> made = new ArrayList<>();
 
-  private Calls() {}
-
   /** Which call shall answer false or throw, for tests of failures. */
   public static volatile String refused = "";
 
@@ -18,6 +16,11 @@ public final class Calls {
       line.append('|').append(value);
     }
     made.add(line.toString());
+  }
+
+  public static void noteThread(int id) {
+    Thread thread = Thread.currentThread();
+    note("agent", id, thread.getName(), thread.isDaemon(), thread.getContextClassLoader());
   }
 
   /** Everything since the last call. */

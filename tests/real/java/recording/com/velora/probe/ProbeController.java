@@ -2,8 +2,6 @@ package com.velora.probe;
 
 /** Stands where the agent's class stands, without a library behind it. */
 public final class ProbeController {
-  private ProbeController() {}
-
   public static void setupGps(String regMask) {
     Calls.note("tokens", regMask);
   }

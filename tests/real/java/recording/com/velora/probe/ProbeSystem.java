@@ -11,8 +11,6 @@ public final class ProbeSystem {
   public static String probeStdout;
   public static String productVersion = "0.0.0";
 
-  private ProbeSystem() {}
-
   public static int getProcessId() {
     return 4711;
   }

@@ -2,8 +2,6 @@ package com.velora.probe;
 
 /** Stands where the agent's class stands, without a library behind it. */
 public final class ProbeUtils {
-  private ProbeUtils() {}
-
   public static boolean customServiceStart() {
     Calls.note("service");
     if (Calls.refused.equals("linkage")) {

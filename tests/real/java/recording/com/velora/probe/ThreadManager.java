@@ -2,8 +2,6 @@ package com.velora.probe;
 
 /** Stands where the agent's class stands, without a library behind it. */
 public final class ThreadManager {
-  private ThreadManager() {}
-
   public static void startNativeHttpRequest(
       String object, String request, String application, String url, String user) {
     Calls.note("start", object, request, application, url, user);

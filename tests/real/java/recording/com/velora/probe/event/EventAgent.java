@@ -9,8 +9,6 @@ public final class EventAgent {
   }
 
   public void startThread(int id) {
-    Thread thread = Thread.currentThread();
-    Calls.note(
-        "agent", id, thread.getName(), thread.isDaemon(), thread.getContextClassLoader());
+    Calls.noteThread(id);
   }
 }

@@ -4,7 +4,5 @@ package com.velora.probe.log;
 public final class ProbeLogger {
   public static final int INFO = 0;
 
-  private ProbeLogger() {}
-
   public static void write(int level, String text) {}
 }

@@ -1,7 +1,5 @@
 import com.velora.probe.ProbeController;
-import com.velora.probe.ThreadManager;
 import java.io.BufferedReader;
-import java.io.File;
 import java.io.InputStreamReader;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
@@ -10,7 +8,6 @@ import java.nio.file.Files;
 import java.nio.file.Paths;
 import java.util.ArrayList;
 import java.util.Arrays;
-import java.util.Collections;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
@@ -21,20 +18,19 @@ import java.util.jar.JarFile;
 import java.util.stream.Collectors;
 
 /**
- * Knows every native method of the classes in the given jars and calls them as it is told on
- * standard input, one order per line:
+ * Calls methods as it is told on standard input, one order per line. It knows every method of the
+ * classes among its arguments, and every native method of the classes in the jars among them.
  *
  * <pre>
- * list                    "native CLASS.METHOD TYPE..." for each native method, then "listed"
+ * list                    "native CLASS.METHOD TYPE..." for each method of a jar, then "listed"
  * run FILE THREADS        each thread makes all calls of the file; "threw ..." for each that failed,
  *                         then "ran"
  * ask CALL                one call on the main thread: "answer VALUE", or "threw ..."
- * report                  "report TEXT", the agent's loss report
  * </pre>
  *
  * A call is CLASS.METHOD and its arguments as {@link Values} reads them, separated by tabs.
  */
-public class Natives {
+public class Driver {
     private static final Map<String, Method> METHODS = new TreeMap<>();
     private static final ConcurrentLinkedQueue<String> THROWN = new ConcurrentLinkedQueue<>();
 
@@ -46,7 +42,7 @@ public class Natives {
         Call(String line) throws Exception {
             String[] parts = line.split("\t", -1);
             method = METHODS.get(parts[0]);
-            if (method == null) throw new IllegalArgumentException("no native " + parts[0]);
+            if (method == null) throw new IllegalArgumentException("no method " + parts[0]);
             receiver = Modifier.isStatic(method.getModifiers())
                 ? null : Values.made(method.getDeclaringClass());
             Class<?>[] types = method.getParameterTypes();
@@ -65,22 +61,28 @@ public class Natives {
     }
 
     public static void main(String[] args) throws Exception {
-        for (String jar : args) find(jar);
+        for (String arg : args) {
+            if (arg.endsWith(".jar")) findNatives(arg);
+            else know(arg, true);
+        }
         while (!ProbeController.isNativeProbeEnabled()) Thread.sleep(5);
         say("ready");
         BufferedReader orders = new BufferedReader(new InputStreamReader(System.in));
-        for (String order = orders.readLine(); order != null; order = orders.readLine()) {
+        for (String order; (order = orders.readLine()) != null; ) {
             String[] words = order.split(" ", 2);
             switch (words[0]) {
-                case "list": list(); break;
-                case "run": run(words[1]); break;
-                case "ask": ask(words[1]); break;
-                case "report":
-                    say("report " + ThreadManager.getNativeLossReport().replace('\n', ' '));
-                    break;
-                default: throw new IllegalArgumentException(order);
+                case "list" -> list();
+                case "run" -> run(words[1]);
+                case "ask" -> ask(words[1]);
+                default -> throw new IllegalArgumentException(order);
             }
         }
+    }
+
+    static void daemon(String name, Runnable body) {
+        Thread thread = new Thread(body, name);
+        thread.setDaemon(true);
+        thread.start();
     }
 
     /** On a line of its own, whatever a native has printed before. */
@@ -89,20 +91,24 @@ public class Natives {
         System.out.flush();
     }
 
-    private static void find(String jar) throws Exception {
+    private static void findNatives(String jar) throws Exception {
         try (JarFile file = new JarFile(jar)) {
-            for (JarEntry entry : Collections.list(file.entries())) {
-                if (!entry.getName().endsWith(".class") || entry.getName().endsWith("-info.class")) continue;
-                String name = entry.getName().replaceAll("\\.class$", "").replace('/', '.');
-                // Not initialised: a class may do so only inside the server it belongs to.
-                Class<?> owner = Class.forName(name, false, Natives.class.getClassLoader());
-                for (Method method : owner.getDeclaredMethods()) {
-                    if (!Modifier.isNative(method.getModifiers())) continue;
-                    method.setAccessible(true);
-                    if (METHODS.put(name + "." + method.getName(), method) != null)
-                        throw new IllegalStateException(method + " is overloaded");
-                }
+            for (JarEntry entry : file.stream().toList()) {
+                String name = entry.getName();
+                if (name.endsWith(".class") && !name.endsWith("-info.class"))
+                    know(name.replaceAll("\\.class$", "").replace('/', '.'), false);
             }
+        }
+    }
+
+    private static void know(String name, boolean all) throws Exception {
+        // Not initialised: a class may do so only inside the server it belongs to.
+        Class<?> owner = Class.forName(name, false, Driver.class.getClassLoader());
+        for (Method method : owner.getDeclaredMethods()) {
+            if (method.isSynthetic() || !all && !Modifier.isNative(method.getModifiers())) continue;
+            method.setAccessible(true);
+            if (METHODS.put(name + "." + method.getName(), method) != null)
+                throw new IllegalStateException(method + " is overloaded");
         }
     }
 
@@ -119,15 +125,12 @@ public class Natives {
         int threads = Integer.parseInt(words[1]);
         CountDownLatch start = new CountDownLatch(threads);
         CountDownLatch running = new CountDownLatch(threads);
-        for (int t = 0; t < threads; ++t) {
-            Thread thread = new Thread(() -> {
+        for (int t = 0; t < threads; ++t)
+            daemon("caller-" + t, () -> {
                 makeAll(calls, start);
                 running.countDown();
                 live();
-            }, "caller-" + t);
-            thread.setDaemon(true);
-            thread.start();
-        }
+            });
         running.await();
         for (String thrown = THROWN.poll(); thrown != null; thrown = THROWN.poll())
             say("threw " + thrown);
@@ -152,14 +155,14 @@ public class Natives {
 
     private static void ask(String line) {
         try {
-            say("answer " + Values.write(new Call(line).make()));
-        } catch (Exception e) {
+            say("answer " + Values.write(new Call(line).make()).replace('\n', ' '));
+        } catch (Throwable e) {
             say("threw " + e.getMessage());
         }
     }
 
     /** Like a server's, the threads outlive their calls: what dead threads left is given up early. */
-    private static void live() {
+    static void live() {
         try {
             Thread.sleep(Long.MAX_VALUE);
         } catch (InterruptedException e) {

@@ -33,7 +33,8 @@ final class Values {
     }
 
     private static Class<?> named(String name) throws Exception {
-        return name.equals("int") ? int.class : Class.forName(name);
+        return name.equals("int") ? int.class
+            : Class.forName(name, false, Values.class.getClassLoader());
     }
 
     static Object made(Class<?> type) throws Exception {

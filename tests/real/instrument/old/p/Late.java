@@ -1,8 +1,0 @@
-package p;
-
-/** Loaded when the hook is off. */
-public class Late {
-  public static String text() {
-    return "plain";
-  }
-}
