@@ -35,10 +35,20 @@ static char* put(jchar unit, char* out) {
   return out;
 }
 
+// All of them, if each takes one byte; how many were converted else. The last ones are converted
+// with units before them once more: one by one they would take as long as all others.
+static std::size_t narrowAll(const jchar* units, std::size_t count, char* out) {
+  const auto inSteps = [&](std::size_t step, auto narrow) {
+    std::size_t done = 0;
+    while (count - done >= step && narrow(units + done, out + done)) done += step;
+    const bool rest = done > 0 && count - done < step;
+    return rest && narrow(units + count - step, out + count - step) ? count : done;
+  };
+  return count < 16 ? inSteps(8, narrow8) : inSteps(16, narrow16);
+}
+
 std::size_t toModifiedUtf8(const jchar* units, std::size_t count, char* out) {
-  std::size_t done = 0;
-  while (count - done >= 16 && narrow16(units + done, out + done)) done += 16;
-  if (count - done >= 8 && narrow8(units + done, out + done)) done += 8;
+  std::size_t done = narrowAll(units, count, out);
   char* end = out + done;
   for (; done < count; ++done) end = put(units[done], end);
   return static_cast<std::size_t>(end - out);

@@ -96,14 +96,14 @@ void reporting(JNIEnv* env, Report report) noexcept {
   VEL_NATIVE(void, name) VEL_JAVA_ARGUMENTS arguments { \
     VEL_TRACE_AS(VEL_TRACED_FILE);                      \
     VEL_RECORDS records;                                \
-    reporting(env, [&] { __VA_ARGS__; });               \
+    reporting(env, [=] { __VA_ARGS__; });               \
   }
 // Reports something and says what came of it; the fallback, when the report was turned away.
 #define VEL_REPORT_RESULT(type, fallback, name, arguments, records, ...)          \
   VEL_NATIVE(type, name) VEL_JAVA_ARGUMENTS arguments {                           \
     VEL_TRACE_AS(VEL_TRACED_FILE);                                                \
     VEL_RECORDS records;                                                          \
-    return reporting(env, type{fallback}, [&]() -> type { return __VA_ARGS__; }); \
+    return reporting(env, type{fallback}, [=]() -> type { return __VA_ARGS__; }); \
   }
 // Answers a question, without a guard: neither a thread record nor a manager may be touched.
 #define VEL_ANSWER(type, fallback, name, arguments, ...)                    \

@@ -141,9 +141,9 @@ bool MemoryMonitor::checkForULimit(unsigned long memoryTaken) {
 }
 
 // One dropped-records event for each thread and episode tells the server of the gap.
-static void noteEpisode(JNIEnv* env, bool reached) {
-  ThreadData* thr = ThreadMgr::getInstance()->getThreadData(env);
-  if (!thr || thr->dropRecordsFlag_.load(std::memory_order_relaxed) == reached) return;
+static void noteEpisode(JNIEnv* env, ThreadData* thr, bool reached) {
+  if (!thr || thr->dropRecordsFlag_.load(std::memory_order_relaxed) == reached) [[likely]]
+    return;
   thr->dropRecordsFlag_ = reached;
   if (!reached) return;
   auto gap = std::make_unique<DroppedEvent>(Event::NOSTYPE);
@@ -151,17 +151,19 @@ static void noteEpisode(JNIEnv* env, bool reached) {
   thr->appendEvent(gap.release());
 }
 
+static bool refuse(LossCause cause) {
+  LossLedger::refused(cause);
+  return true;
+}
+
 bool MemoryMonitor::reachedULimit(JNIEnv* env) {
   VEL_TRACE();
-  if (AgentState::isDisabled()) {
-    LossLedger::refused(LossCause::disabled);
-    return true;
-  }
+  if (AgentState::isDisabled()) return refuse(LossCause::disabled);
   const bool reached = uLimitReached_.load(std::memory_order_relaxed);
-  if (!reached && resetingCounters_.load(std::memory_order_relaxed)) doLock(env);
-  noteEpisode(env, reached);
-  if (reached) LossLedger::refused(LossCause::memory);
-  return reached;
+  if (!reached && resetingCounters_.load(std::memory_order_relaxed)) [[unlikely]]
+    doLock(env);
+  noteEpisode(env, ThreadMgr::getInstance()->getThreadData(env), reached);
+  return reached && refuse(LossCause::memory);
 }
 
 void MemoryMonitor::addToMemCntr(Event::EventType type, short size, ThreadData* thr) {

@@ -34,7 +34,7 @@ inline std::size_t textLimit(long setting) {
 }
 
 inline ThreadData* currentThread(JNIEnv* env) {
-  return ThreadMgr::getInstance()->getThreadLocalStorage(env);
+  return ThreadMgr::getInstance()->getThreadData(env);
 }
 
 // At the lowest level of detail a request inside a request makes no events, if so configured. The
