@@ -1,6 +1,7 @@
 #include "ClassRecord.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace bridge {
 
@@ -57,24 +58,28 @@ static void readLines(jmethodID method, jint& first, jint& last) {
   }
 }
 
+char* ClassRecord::keep(const JvmtiPtr<char>& text) {
+  if (!text.get()) return nullptr;
+  const std::size_t size = std::strlen(text.get()) + 1;
+  return static_cast<char*>(std::memcpy(texts_.allocate(size, 1), text.get(), size));
+}
+
 void ClassRecord::readMethods(jclass klass, bool withLines) {
   jint count = 0;
   JvmtiPtr<jmethodID> methods;
   if (jvm.jvmti->GetClassMethods(klass, &count, methods.out()) != JVMTI_ERROR_NONE) return;
-  texts_.reserve(static_cast<std::size_t>(count));
   methods_.reserve(static_cast<std::size_t>(count));
   for (jint i = 0; i < count; ++i) {
-    Text text;
-    if (jvm.jvmti->GetMethodName(methods[i], text.name.out(), text.signature.out(), nullptr) !=
+    JvmtiPtr<char> name, signature;
+    if (jvm.jvmti->GetMethodName(methods[i], name.out(), signature.out(), nullptr) !=
         JVMTI_ERROR_NONE)
       continue;
     JVMPI_Method& m = methods_.emplace_back();
-    m.method_name = text.name.get();
-    m.method_signature = text.signature.get();
+    m.method_name = keep(name);
+    m.method_signature = keep(signature);
     m.start_lineno = m.end_lineno = kNoLine;
     m.method_id = methods[i];
     if (withLines) readLines(methods[i], m.start_lineno, m.end_lineno);
-    texts_.push_back(std::move(text));
   }
 }
 
@@ -92,15 +97,14 @@ void ClassRecord::readFields(jclass klass) {
   JvmtiPtr<jfieldID> fields;
   if (jvm.jvmti->GetClassFields(klass, &count, fields.out()) != JVMTI_ERROR_NONE) return;
   for (jint i = 0; i < count; ++i) {
-    Text text;
+    JvmtiPtr<char> name, signature;
     jint modifiers = 0;
-    if (jvm.jvmti->GetFieldName(klass, fields[i], text.name.out(), text.signature.out(), nullptr) !=
+    if (jvm.jvmti->GetFieldName(klass, fields[i], name.out(), signature.out(), nullptr) !=
             JVMTI_ERROR_NONE ||
         jvm.jvmti->GetFieldModifiers(klass, fields[i], &modifiers) != JVMTI_ERROR_NONE)
       continue;
     auto& kind = modifiers & kAccStatic ? statics_ : instances_;
-    kind.push_back({text.name.get(), text.signature.get()});
-    texts_.push_back(std::move(text));
+    kind.push_back({keep(name), keep(signature)});
   }
 }
 

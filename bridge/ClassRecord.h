@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -29,9 +30,7 @@ class ClassRecord {
   void describe(JVMPI_Event& event, jobjectID id);
 
  private:
-  struct Text {
-    JvmtiPtr<char> name, signature;
-  };
+  char* keep(const JvmtiPtr<char>& text);
   void readMethods(jclass klass, bool withLines);
   void readInterfaces(jclass klass);
   void readFields(jclass klass);
@@ -39,7 +38,9 @@ class ClassRecord {
   std::string name_;
   JvmtiPtr<char> source_;
   jint interfaceCount_ = 0;
-  std::vector<Text> texts_;  // what the following point to
+  // What the following point to. Copies, so that the JVM has each text's memory back at once and
+  // takes it for the next one: kept to the end, it has left the processor's caches by then.
+  std::pmr::monotonic_buffer_resource texts_;
   std::vector<JVMPI_Method> methods_;
   std::vector<JVMPI_Field> statics_, instances_;
 };

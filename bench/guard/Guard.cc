@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "core/velora.h"
+#include "instrument/ClassTable.h"
 #include "native/Calls.h"
 #include "native/Require.h"
 
@@ -66,6 +68,38 @@ static void countEncode(BenchAgent& agent, const char* name, void (*pair)(BenchA
       name, kTimes, 1, [] {}, encode);
 }
 
+static void emptyTables() {
+  deleteClassTable();
+  deleteMethodTable();
+  createMethodTable();
+  createClassTable();
+}
+
+// Classes of 13 methods, as the JVM announces them by thousands while a server starts.
+static void countClassLoads(BenchAgent& agent) {
+  std::array<JVMPI_Method, 13> methods{};
+  for (JVMPI_Method& m : methods) {
+    m.method_name = const_cast<char*>("getAttribute");
+    m.method_signature = const_cast<char*>("(Ljava/lang/String;)Ljava/lang/Object;");
+  }
+  JVMPI_Event event{};
+  event.env_id = agent.worker();
+  event.u.class_load.class_name = "shop/CartService";
+  event.u.class_load.methods = methods.data();
+  event.u.class_load.num_methods = methods.size();
+  std::uintptr_t id = 0;
+  const auto load = [&] {
+    event.u.class_load.class_id = reinterpret_cast<jobjectID>(++id);
+    for (JVMPI_Method& m : methods) m.method_id = reinterpret_cast<jmethodID>(id += 8);
+    ClassLoadEventHandler(&event);
+  };
+  initClassTableLock();
+  initMethodTableLock();
+  initClassSequenceLock();
+  count("loaded_method", kTimes, methods.size(), emptyTables, load);
+  require(getCurrentClassSequence() == 2 * kTimes, "classes are not entered");
+}
+
 int main() {
   BenchAgent agent;
   count(
@@ -74,4 +108,5 @@ int main() {
   countDrain(agent);
   countEncode(agent, "encoded_http_start", httpPair, Event::START);
   countEncode(agent, "encoded_sql_end", sqlPair, Event::END);
+  countClassLoads(agent);
 }

@@ -38,7 +38,7 @@ static jclass stringClass(JNIEnv* env) {
   return before;
 }
 
-static std::string orEmpty(const std::unique_ptr<char[]>& text) { return text ? text.get() : ""; }
+static std::string orEmpty(const char* text) { return text ? text : ""; }
 
 // Copies: the entry may be gone as soon as its bucket is unlocked.
 static std::optional<FrameTexts> registeredMethod(jmethodID id) {

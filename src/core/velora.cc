@@ -149,7 +149,7 @@ void ClassLoadEventHandler(JVMPI_Event* event) {
   if (!name || *name == '[' || is_primitive(primitive_list, name)) return;
   traceMax("Class %s loaded", name);
   auto entry = std::make_unique<jclass_t>(event);
-  traceMax("Class %s (sequence %d, exclude %d)", entry->class_name.get(), entry->sequenceID,
+  traceMax("Class %s (sequence %d, exclude %d)", entry->class_name, entry->sequenceID,
            entry->is_filtered.load());
   registerClass(std::move(entry));
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "events/JavaText.h"
@@ -41,7 +40,6 @@ class RecordOut {
   void writeString(const char* text) {
     if (text) writeUTF(text, std::strlen(text));
   }
-  void writeString(const std::unique_ptr<char[]>& text) { writeString(text.get()); }
   void writeString(const OwnedText& text) { writeUTF(text.get(), text.length()); }
   void writeTrailer() { writeShort(kTrailerByte << 8 | kTrailerByte); }
 

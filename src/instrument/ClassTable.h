@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 
 #include "base/Exported.h"
 #include "base/Published.h"
@@ -13,10 +14,11 @@
 
 struct jclass_t;
 
-// One method of a registered class, found by the JVM's method id.
+// One method of a registered class, found by the JVM's method id. Its texts are its class's; only a
+// clone has its own.
 struct jmethod_t {
-  std::unique_ptr<char[]> method_name;
-  std::unique_ptr<char[]> method_signature;
+  const char* method_name = nullptr;
+  const char* method_signature = nullptr;
   jmethodID method_id = nullptr;  // null once unloaded; changes under the lock of its bucket
   jclass_t* clazz = nullptr;      // not owned; null in a clone
   jmethod_t* next = nullptr;      // in its bucket
@@ -24,13 +26,12 @@ struct jmethod_t {
   unsigned bucket = 0;            // kept: the id is cleared when the class is unloaded
 
   jmethod_t() = default;
-  jmethod_t(const char* name, const char* signature, jmethodID id, jclass_t* owner);
+  ~jmethod_t();
   jmethod_t(const jmethod_t&) = delete;
   jmethod_t& operator=(const jmethod_t&) = delete;
 
   void initialize(const char* name, const char* signature, jmethodID id, jclass_t* owner);
   jmethod_t* clone() const;  // the caller's
-  void copyTo(jmethod_t& target) const;
   void addToMethodTable();
   void removeFromMethodTable();
   void forgetId();  // it stays in its bucket, where no look-up finds it any more
@@ -39,16 +40,17 @@ struct jmethod_t {
 // One class that the agent knows, with its methods. A registered record belongs to the tables and
 // may be freed as soon as its class is unloaded, so events carry records of their own.
 struct jclass_t {
-  jobjectID class_id = nullptr;        // null once unlinked or unloaded
-  std::unique_ptr<char[]> class_name;  // "/" form
+  jobjectID class_id = nullptr;      // null once unlinked or unloaded
+  const char* class_name = nullptr;  // "/" form
   ULONG sequenceID = 0;
   UCHAR delete_flag = 0;            // 1: made for an event, or reported as unloaded
   std::atomic<int> is_filtered{0};  // what isClassFiltered said; new lists change it
   std::atomic<int> type{-1};
   int num_methods = 0;
   std::unique_ptr<jmethod_t[]> methods;
-  jclass_t* next = nullptr;  // in the class list
-  bool registered = false;   // it and its methods are in the tables
+  std::unique_ptr<char[]> texts;  // its name and those of its methods, all in one block
+  jclass_t* next = nullptr;       // in the class list
+  bool registered = false;        // it and its methods are in the tables
 
   jclass_t() = default;
   explicit jclass_t(const JVMPI_Event* event);  // of a class load
@@ -56,6 +58,9 @@ struct jclass_t {
   jclass_t(const jclass_t&) = delete;
   jclass_t& operator=(const jclass_t&) = delete;
 
+  std::span<jmethod_t> eachMethod() const;
+  // The names are somebody else's texts so far: from here on they are copies of its own.
+  void ownTexts();
   jclass_t* clone() const;  // the caller's, marked for deletion, not registered
   bool doRegister();        // false: there are no tables. Else it is theirs from here
   void unregister();

@@ -25,6 +25,17 @@ static std::unique_ptr<char[]> keptText(JNIEnv* env, jstring string) {
   return heapCopy(text.text);
 }
 
+// What a record's names point to until it has copies of its own.
+class Texts {
+ public:
+  const char* keep(std::unique_ptr<char[]> text) {
+    return kept_.emplace_back(std::move(text)).get();
+  }
+
+ private:
+  std::vector<std::unique_ptr<char[]>> kept_;
+};
+
 static std::unique_ptr<char[]> elementText(JNIEnv* env, jobjectArray texts, jsize index,
                                            const char* absent) {
   const LocalRef<jstring> element(env, env->GetObjectArrayElement(texts, index));
@@ -46,10 +57,10 @@ struct MethodArrays {
     return count <= kMostMethods && (!names || (env->GetArrayLength(names) == count &&
                                                 env->GetArrayLength(signatures) == count));
   }
-  void copyTo(jclass_t& record, JNIEnv* env) const;
+  void copyTo(jclass_t& record, Texts& texts, JNIEnv* env) const;
 };
 
-void MethodArrays::copyTo(jclass_t& record, JNIEnv* env) const {
+void MethodArrays::copyTo(jclass_t& record, Texts& texts, JNIEnv* env) const {
   std::vector<jint> numbers(static_cast<std::size_t>(env->GetArrayLength(ids)));
   env->GetIntArrayRegion(ids, 0, static_cast<jsize>(numbers.size()), numbers.data());
   if (describeAndClear(env)) numbers.clear();
@@ -61,8 +72,9 @@ void MethodArrays::copyTo(jclass_t& record, JNIEnv* env) const {
     method.type = 0;
     method.clazz = &record;
     if (!names) continue;
-    method.method_name = elementText(env, names, static_cast<jsize>(i), "");
-    method.method_signature = elementText(env, signatures, static_cast<jsize>(i), absentSignature);
+    const auto index = static_cast<jsize>(i);
+    method.method_name = texts.keep(elementText(env, names, index, ""));
+    method.method_signature = texts.keep(elementText(env, signatures, index, absentSignature));
   }
 }
 
@@ -70,9 +82,11 @@ static std::unique_ptr<jclass_t> newRecord(JNIEnv* env, ULONG sequence, jstring 
                                            const MethodArrays& methods) {
   auto record = std::make_unique<jclass_t>();
   record->sequenceID = sequence;
-  record->class_name = keptText(env, name);
+  Texts texts;
+  record->class_name = texts.keep(keptText(env, name));
   record->type = 0;
-  methods.copyTo(*record, env);
+  methods.copyTo(*record, texts, env);
+  record->ownTexts();
   return record;
 }
 
@@ -107,7 +121,7 @@ static void initializeClass(JNIEnv* env, jstring name, const MethodArrays& metho
   if (!name || !methods.ids || !methods.names || !methods.signatures || !methods.fit(env)) return;
   auto entry = newRecord(env, getNextClassSequence(), name, methods);
   entry->class_id = announcedClassId(entry->sequenceID);
-  entry->is_filtered = isClassFiltered(entry->class_name.get());
+  entry->is_filtered = isClassFiltered(entry->class_name);
   std::unique_ptr<jclass_t> copy(entry->clone());
   registerClass(std::move(entry));
   appendClass(env, Event::LOAD, std::move(copy));

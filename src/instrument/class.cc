@@ -5,7 +5,6 @@
 
 #include "base/Gate.h"
 #include "base/Trace.h"
-#include "base/Utils.h"
 #include "base/platform.h"
 #include "core/ClassFilter.h"
 #include "instrument/ClassTable.h"
@@ -26,22 +25,28 @@ static bool isCleanupInProgress_ = false;  // under unLoadLock_, as the next
 static int cleanupCounter = 0;
 static std::atomic<ULONG> ClassSequenceID{0};
 
+// The JVM's methods, or those of another class. The class has its name and their number already.
+template <class Method>
+static void copyMethods(const Method* from, jclass_t& owner) {
+  owner.methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(owner.num_methods));
+  for (jmethod_t& method : owner.eachMethod()) {
+    method.initialize(from->method_name, from->method_signature, from->method_id, &owner);
+    ++from;
+  }
+  owner.ownTexts();
+}
+
 jclass_t::jclass_t(const JVMPI_Event* event)
     : class_id(event->u.class_load.class_id),
-      class_name(Utils::cstrdup(event->u.class_load.class_name)),
+      class_name(event->u.class_load.class_name),
       num_methods(event->u.class_load.methods && event->u.class_load.num_methods > 0
                       ? event->u.class_load.num_methods
                       : 0) {
   VEL_TRACE();
-  translateSeparator(class_name.get());
+  copyMethods(event->u.class_load.methods, *this);
+  if (class_name) translateSeparator(texts.get());
   sequenceID = getNextClassSequence();
-  is_filtered = isClassFiltered(class_name.get());
-  methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(num_methods));
-  for (int i = 0; i < num_methods; ++i) {
-    const JVMPI_Method& method = event->u.class_load.methods[i];
-    methods[static_cast<std::size_t>(i)].initialize(method.method_name, method.method_signature,
-                                                    method.method_id, this);
-  }
+  is_filtered = isClassFiltered(class_name);
 }
 
 jclass_t::~jclass_t() {
@@ -49,28 +54,53 @@ jclass_t::~jclass_t() {
   if (registered) unregister();
 }
 
+std::span<jmethod_t> jclass_t::eachMethod() const {
+  return {methods.get(), methods ? static_cast<std::size_t>(std::max(num_methods, 0)) : 0};
+}
+
+static std::size_t roomFor(const char* text) { return text ? std::strlen(text) + 1 : 0; }
+
+// Copies a text to `end`, and sets that behind it.
+static void moveTo(char*& end, const char*& text) {
+  if (!text) return;
+  const char* copy = end;
+  end = stpcpy(end, text) + 1;
+  text = copy;
+}
+
+// The class's name comes first.
+void jclass_t::ownTexts() {
+  std::size_t room = roomFor(class_name);
+  for (const jmethod_t& m : eachMethod())
+    room += roomFor(m.method_name) + roomFor(m.method_signature);
+  auto block = std::make_unique_for_overwrite<char[]>(room);
+  char* end = block.get();
+  moveTo(end, class_name);
+  for (jmethod_t& m : eachMethod()) {
+    moveTo(end, m.method_name);
+    moveTo(end, m.method_signature);
+  }
+  texts = std::move(block);
+}
+
 jclass_t* jclass_t::clone() const {
   VEL_TRACE();
   auto copy = std::make_unique<jclass_t>();
   copy->class_id = class_id;
-  copy->class_name.reset(Utils::cstrdup(class_name.get()));
+  copy->class_name = class_name;
   copy->sequenceID = sequenceID;
   copy->delete_flag = 1;
   copy->is_filtered = is_filtered.load();
   copy->type = type.load();
-  copy->methods = std::make_unique<jmethod_t[]>(static_cast<std::size_t>(num_methods));
   copy->num_methods = num_methods;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(num_methods); ++i) {
-    methods[i].copyTo(copy->methods[i]);
-    copy->methods[i].clazz = copy.get();
-  }
+  copyMethods(methods.get(), *copy);
   return copy.release();
 }
 
 // The flag first: once in the list, another thread may find the class unloaded and free it.
 bool jclass_t::doRegister() {
   VEL_TRACE();
-  for (int i = 0; i < num_methods; ++i) methods[static_cast<std::size_t>(i)].addToMethodTable();
+  for (jmethod_t& method : eachMethod()) method.addToMethodTable();
   registered = true;
   if (addToClassTable()) return true;
   unRegisterMethods();
@@ -85,8 +115,7 @@ bool registerClass(std::unique_ptr<jclass_t> entry) {
 
 void jclass_t::unRegisterMethods() {
   VEL_TRACE();
-  for (int i = 0; i < num_methods; ++i)
-    methods[static_cast<std::size_t>(i)].removeFromMethodTable();
+  for (jmethod_t& method : eachMethod()) method.removeFromMethodTable();
   registered = false;
 }
 
@@ -120,8 +149,7 @@ void jclass_t::removeFromClassTable() {
 // With class_list_lock held.
 static void forgetIds(jclass_t& unloaded) {
   unloaded.class_id = nullptr;
-  for (int i = 0; i < unloaded.num_methods; ++i)
-    unloaded.methods[static_cast<std::size_t>(i)].forgetId();
+  for (jmethod_t& method : unloaded.eachMethod()) method.forgetId();
 }
 
 void jclass_t::markDirty() {
@@ -253,7 +281,7 @@ static jclass_t* findClass(Matches matches) {
 }
 
 static bool isNamed(const jclass_t& node, const char* name) {
-  return node.class_name && std::strcmp(node.class_name.get(), name) == 0;
+  return node.class_name && std::strcmp(node.class_name, name) == 0;
 }
 
 jclass_t* getClassForName(const char* name) {
@@ -304,7 +332,7 @@ void reapplyFilter() {
   LockIfMade locked(class_list_lock);
   jclass_t* head = class_hash;
   for (jclass_t* node = head ? head->next : nullptr; node; node = node->next)
-    node->is_filtered = isClassFiltered(node->class_name.get());
+    node->is_filtered = isClassFiltered(node->class_name);
 }
 
 void forEachClass(const std::function<void(const jclass_t&)>& visit) {

@@ -11,8 +11,7 @@ void layout(W& w, const ClassEvent& e) {
   if (!e.classData) return;  // no record
   const jclass_t& c = *e.classData;
   const bool load = e.getSubType() == Event::LOAD;
-  const std::span methods(c.methods.get(),
-                          c.methods ? static_cast<std::size_t>(std::max(c.num_methods, 0)) : 0);
+  const std::span<const jmethod_t> methods = c.eachMethod();
   w.writeByte(load ? DC2PS_CLASS_LOAD_RECORD : DC2PS_CLASS_UNLOAD_RECORD);
   w.writeInt(c.sequenceID);
   if (load)

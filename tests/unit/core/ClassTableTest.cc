@@ -63,12 +63,12 @@ TEST_F(ClassTable, ClonesOutliveTheirClass) {
   EXPECT_FALSE(second->registered);
   delete second;
   EXPECT_EQ(count(), 1);
-  EXPECT_STREQ(copy->class_name.get(), "a/Second");
+  EXPECT_STREQ(copy->class_name, "a/Second");
   EXPECT_EQ(copy->class_id, id(2));
   EXPECT_EQ(copy->delete_flag, 1);
   EXPECT_FALSE(copy->registered);
   ASSERT_EQ(copy->num_methods, 1);
-  EXPECT_STREQ(copy->methods[0].method_name.get(), "m");
+  EXPECT_STREQ(copy->methods[0].method_name, "m");
   EXPECT_EQ(copy->methods[0].clazz, copy.get());
 }
 

@@ -32,11 +32,11 @@ static std::string worded(const Event& event) {
   const jclass_t& c = *ofClass->classData;
   const bool load = event.getSubType() == Event::LOAD;
   std::string words = (load ? "load " : "unload ") + std::to_string(c.sequenceID) + ' ' +
-                      (load ? c.class_name.get() : number(c.class_id));
+                      (load ? c.class_name : number(c.class_id));
   for (int i = 0; i < c.num_methods; ++i) {
     const jmethod_t& m = c.methods[static_cast<std::size_t>(i)];
     words += ' ' + number(m.method_id);
-    if (load) words += std::string(":") + m.method_name.get() + m.method_signature.get();
+    if (load) words += std::string(":") + m.method_name + m.method_signature;
   }
   return words;
 }

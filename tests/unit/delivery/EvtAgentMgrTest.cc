@@ -73,11 +73,10 @@ TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
   createMethodTable();
   createClassTable();
   auto* typed = new jclass_t;
-  typed->class_name = std::make_unique<char[]>(2);
-  typed->class_name[0] = 'A';
+  typed->class_name = "A";
   typed->type = 1;
   auto* untyped = new jclass_t;
-  untyped->class_name = std::make_unique<char[]>(1);
+  untyped->class_name = "";
   for (jclass_t* entry : {typed, untyped}) entry->addToClassTable();
   static int asked;
   asked = 0;

@@ -85,8 +85,8 @@ class TableStress : public testing::TestWithParam<int> {
     });
     for (const auto& copy : copies) EXPECT_EQ(copy->num_methods, kMethods);
     visitMethod(reinterpret_cast<jmethodID>(8), [](const jmethod_t& method) {
-      EXPECT_STREQ(method.method_name.get(), "work");
-      EXPECT_EQ(std::string(method.clazz->class_name.get()).substr(0, 3), "s/C");
+      EXPECT_STREQ(method.method_name, "work");
+      EXPECT_EQ(std::string(method.clazz->class_name).substr(0, 3), "s/C");
     });
     getClassForName("s/none");
     getClassEntry(idOf(-2));
@@ -101,9 +101,9 @@ class TableStress : public testing::TestWithParam<int> {
     ++taken_;
     EXPECT_EQ(record->delete_flag, 1);
     EXPECT_EQ(record->num_methods, kMethods);
-    EXPECT_STREQ(record->methods[2].method_name.get(), "work");
+    EXPECT_STREQ(record->methods[2].method_name, "work");
     EXPECT_EQ(record->methods[2].method_id, reinterpret_cast<jmethodID>(24));
-    EXPECT_EQ(std::string(record->class_name.get()),
+    EXPECT_EQ(std::string(record->class_name),
               nameOf(static_cast<int>(reinterpret_cast<std::uintptr_t>(record->class_id)) - 1));
   }
 
