@@ -36,8 +36,8 @@ static Story storyOfReplay(const std::string& path, std::string& error) {
 }
 
 TEST(Capture, ReplaysWhatWasReceived) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.file("capture");
+  const Scratch scratch;
+  const std::string path = scratch.path("capture");
   Story live;
   {
     const auto capture = CaptureWriter::create(path);
@@ -51,8 +51,8 @@ TEST(Capture, ReplaysWhatWasReceived) {
 }
 
 TEST(Capture, SaysWhatIsWrongWithAFile) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.file("capture");
+  const Scratch scratch;
+  const std::string path = scratch.path("capture");
   const auto magic = [](const std::string& rest) { return bytes("56454C434150310A" + rest); };
   const std::string head = "00000001 0000000000000000 ";
   const std::tuple<const char*, ByteString, const char*, std::size_t> cases[] = {
@@ -75,7 +75,7 @@ TEST(Capture, SaysWhatIsWrongWithAFile) {
     EXPECT_EQ(said, error);
   }
   std::string said;
-  storyOfReplay(directory.file("absent"), said);
+  storyOfReplay(scratch.path("absent"), said);
   EXPECT_THAT(said, testing::HasSubstr("No such file"));
 }
 

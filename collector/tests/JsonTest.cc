@@ -10,13 +10,6 @@ namespace collector {
 
 using Json = nlohmann::json;
 
-TEST(JsonRecords, IsoTime) {
-  EXPECT_EQ(isoTime(0, 0), "1970-01-01T00:00:00.000000Z");
-  EXPECT_EQ(isoTime(1764029088, 250000), "2025-11-25T00:04:48.250000Z");
-  EXPECT_EQ(isoTime(0xFFFFFFFF, 999999), "2106-02-07T06:28:15.999999Z");
-  EXPECT_EQ(isoTime(59, 1'000'001), "1970-01-01T00:01:00.000001Z") << "carried";
-}
-
 class Lines final : public Consumer {
  public:
   void onRecord(ConnectionId connection, const Record& record) override {
@@ -55,11 +48,18 @@ TEST(JsonRecords, SayWhereARecordStood) {
   EXPECT_EQ(lines.lines[3], R"({"record":"RESYNCHRONISED","conn":7,"offset":33,"skipped":1})");
 }
 
-TEST(JsonRecords, KeepSigns) {
-  const Lines lines = linesOf(packet({bytes("2E FFFFFFFE FFFFFFFFFFFFFFFD 7F7F")}));
-  const Json json = Json::parse(lines.lines[1]);
-  EXPECT_EQ(json["count"], -2);
-  EXPECT_EQ(json["avgTimeTaken"], -3);
+TEST(JsonRecords, IsoTime) {
+  EXPECT_EQ(isoTime(0, 0), "1970-01-01T00:00:00.000000Z");
+  EXPECT_EQ(isoTime(0xFFFFFFFF, 999999), "2106-02-07T06:28:15.999999Z");
+  EXPECT_EQ(isoTime(59, 1'000'001), "1970-01-01T00:01:00.000001Z") << "carried";
+}
+
+TEST(JsonRecords, KeepSignsAndEmptyLists) {
+  const Lines lines = linesOf(packet(
+      {bytes("2E FFFFFFFE FFFFFFFFFFFFFFFD 7F7F"), bytes("0C 00000029 55AA0010 00000000 7F7F")}));
+  EXPECT_EQ(Json::parse(lines.lines[1])["count"], -2);
+  EXPECT_EQ(Json::parse(lines.lines[1])["avgTimeTaken"], -3);
+  EXPECT_EQ(Json::parse(lines.lines[2])["methods"], Json::array());
 }
 
 TEST(JsonRecords, AreValidWhateverTheTextsHold) {
@@ -116,11 +116,6 @@ TEST(JsonRecords, MethodIdsAreReadAsNames) {
                        "METHOD_ENTRY a/B.m()V - -", "METHOD_ENTRY a/B.n - -",
                        "CLASS_UNLOAD - - a/B", "METHOD_ENTRY - - -", "CLASS_UNLOAD - - -",
                        "METHOD_ENTRY a/B.n - -", "HEADER - - -", "METHOD_ENTRY - - -"}));
-}
-
-TEST(JsonRecords, EmptyListsAreThere) {
-  const Lines lines = linesOf(packet({bytes("0C 00000029 55AA0010 00000000 7F7F")}));
-  EXPECT_EQ(Json::parse(lines.lines[1])["methods"], Json::array());
 }
 
 }  // namespace collector

@@ -1,4 +1,4 @@
-// Good streams, damaged at random places with fixed seeds.
+// Good streams, damaged at random places with a fixed seed.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -23,25 +23,20 @@ class Mutator {
 
   void damage(ByteString& stream) {
     const auto at = stream.begin() + static_cast<std::ptrdiff_t>(below(stream.size()));
-    switch (below(5)) {
+    const auto left = static_cast<std::size_t>(stream.end() - at);
+    const auto run = static_cast<std::ptrdiff_t>(below(std::min<std::size_t>(left, 40)));
+    switch (below(4)) {
       case 0:
         *at ^= static_cast<std::uint8_t>(1U << below(8));
         break;
       case 1:
-        *at = kNasty[below(std::size(kNasty))];
+        stream.erase(at, at + run);
         break;
       case 2:
-        stream.erase(at, at + static_cast<std::ptrdiff_t>(
-                                  below(static_cast<std::size_t>(stream.end() - at)) % 40));
-        break;
-      case 3:
         stream.insert(at, below(40), kNasty[below(std::size(kNasty))]);
         break;
-      default: {
-        const ByteString copy(at, stream.end());
-        stream.insert(stream.begin() + static_cast<std::ptrdiff_t>(below(stream.size())),
-                      copy.begin(), copy.end());
-      }
+      default:  // comes again, in the middle of something else
+        stream = ByteString(stream.begin(), at + run) + ByteString(at, stream.end());
     }
   }
 
@@ -72,13 +67,11 @@ class Watch final : public RecordSink {
   std::string last;
 };
 
-class Mutations : public testing::TestWithParam<unsigned> {};
-
-TEST_P(Mutations, LoseNoByteOfSightAndReachTheNextGoodPacket) {
-  Mutator mutator(GetParam());
+TEST(Mutations, LoseNoByteOfSightAndReachTheNextGoodPacket) {
+  Mutator mutator(1);
   const ByteString good =
       exampleOf("INIT") + packet({exampleOf("GC_START"), exampleOf("PSSTATUS")});
-  for (int i = 0; i < 3'000; ++i) {
+  for (int i = 0; i < 12'000; ++i) {
     ByteString stream = mutator.someRecords();
     for (std::size_t faults = 1 + mutator.below(3); faults-- > 0;) mutator.damage(stream);
     if (stream.empty()) continue;
@@ -91,12 +84,10 @@ TEST_P(Mutations, LoseNoByteOfSightAndReachTheNextGoodPacket) {
       ASSERT_LE(decoder.heldBytes(), Decoder::kMaxRecord + piece);
     }
     decoder.finish();
-    ASSERT_EQ(watch.next, stream.size()) << "seed " << GetParam() << ", stream " << i;
-    ASSERT_EQ(watch.last, "PSSTATUS") << "seed " << GetParam() << ", stream " << i;
+    ASSERT_EQ(watch.next, stream.size()) << i;
+    ASSERT_EQ(watch.last, "PSSTATUS") << i;
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Seeds, Mutations, testing::Range(1U, 5U));
 
 // A sender that never stops announcing records which never end.
 TEST(HostileStream, IsHeldWithinBounds) {

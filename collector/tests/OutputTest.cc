@@ -21,8 +21,8 @@ TEST(Output, CountsLinesThatAFullDiskDoesNotTake) {
 
 // The limit on a file's size stands for a disk that fills up in the middle of a line.
 TEST(Output, EndsAFileWithAWholeLineAndGoesOnWhenThereIsRoom) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.file("lines");
+  const Scratch scratch;
+  const std::string path = scratch.path("lines");
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);

@@ -1,10 +1,9 @@
 // The program as a user starts it: options, output, exit status.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -22,48 +21,36 @@ using testing::HasSubstr;
 class Program : public testing::Test {
  protected:
   // Starts it with output and errors going to files.
-  pid_t start(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), VELORA_COLLECT);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    posix_spawn_file_actions_addopen(&actions, 2, errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    pid_t pid = -1;
-    EXPECT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
+  pid_t start(const std::string& options) const {
+    const std::string command =
+        "exec " VELORA_COLLECT " " + options + " >" + file("output") + " 2>" + file("errors");
+    const pid_t pid = fork();
+    if (pid == 0) execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     return pid;
   }
-
-  int statusOf(pid_t pid) {
+  static int statusOf(pid_t pid) {
     int status = 0;
     waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
+  int run(const std::string& options) const { return statusOf(start(options)); }
 
-  int run(std::vector<std::string> arguments) { return statusOf(start(std::move(arguments))); }
-
-  std::string captureOf(const ByteString& stream) {
+  // The option that replays this stream.
+  std::string replay(const ByteString& stream) const {
     const auto capture = CaptureWriter::create(file("capture"));
     Intake intake({capture.get()});
     intake.opened(1);
     intake.bytes(1, stream);
     intake.end();
-    return file("capture");
+    return "--replay " + file("capture");
   }
 
-  std::string file(std::string_view name) const { return directory_.file(name); }
-  std::string output() const { return contentOf(output_); }
-  std::string errors() const { return contentOf(errors_); }
+  std::string file(std::string_view name) const { return scratch_.path(name); }
+  std::string output() const { return scratch_.read("output"); }
+  std::string errors() const { return scratch_.read("errors"); }
 
  private:
-  TemporaryDirectory directory_;
-  std::string output_ = directory_.file("output");
-  std::string errors_ = directory_.file("errors");
+  Scratch scratch_;
 };
 
 static ByteString oneRequest() {
@@ -72,7 +59,7 @@ static ByteString oneRequest() {
 }
 
 TEST_F(Program, WritesJsonWhenOutputIsNoTerminal) {
-  EXPECT_EQ(run({"--replay", captureOf(oneRequest()), "--strict"}), 0) << errors();
+  EXPECT_EQ(run(replay(oneRequest()) + " --strict"), 0) << errors();
   std::istringstream lines(output());
   std::vector<std::string> records;
   for (std::string line; std::getline(lines, line);) {
@@ -83,7 +70,7 @@ TEST_F(Program, WritesJsonWhenOutputIsNoTerminal) {
 }
 
 TEST_F(Program, PrintsRequestsAndWritesJsonBesides) {
-  EXPECT_EQ(run({"--replay", captureOf(oneRequest()), "--requests", "--json", file("json")}), 0);
+  EXPECT_EQ(run(replay(oneRequest()) + " --requests --json " + file("json")), 0);
   EXPECT_EQ(output(),
             "2025-11-25T00:04:48.250000Z  connection 1  thread 7A4B2C10\n"
             "      12.500 ms  cpu       2.000 ms  servlet /shop/checkout  user=anna\n"
@@ -93,7 +80,7 @@ TEST_F(Program, PrintsRequestsAndWritesJsonBesides) {
 }
 
 TEST_F(Program, PrintsTheTableOnceWhenOutputIsNoTerminal) {
-  EXPECT_EQ(run({"--replay", captureOf(oneRequest()), "--table"}), 0);
+  EXPECT_EQ(run(replay(oneRequest()) + " --table"), 0);
   EXPECT_EQ(output(),
             "0 connected, 4 records, 0 malformed, 0 requests open\n\n"
             "   count  errors   avg ms    max ms   cpu ms   SQL  request\n"
@@ -101,38 +88,34 @@ TEST_F(Program, PrintsTheTableOnceWhenOutputIsNoTerminal) {
 }
 
 TEST_F(Program, CountsAndIsStrictAboutMalformedInput) {
-  const std::string capture = captureOf(oneRequest() + bytes("FF") + oneRequest());
-  EXPECT_EQ(run({"--replay", capture, "--summary"}), 0);
+  const std::string damaged = replay(oneRequest() + bytes("FF") + oneRequest());
+  EXPECT_EQ(run(damaged + " --summary"), 0);
   EXPECT_THAT(errors(), HasSubstr("malformed                            1\n"));
   EXPECT_THAT(errors(), HasSubstr("SQL_END                              2\n"));
   EXPECT_THAT(errors(), HasSubstr("unknown record id                    1\n"));
-  EXPECT_EQ(run({"--replay", capture, "--strict"}), 1);
+  EXPECT_EQ(run(damaged + " --strict"), 1);
 }
 
 TEST_F(Program, RefusesWhatItDoesNotUnderstand) {
-  EXPECT_EQ(run({"--no-such-option"}), 2);
-  EXPECT_EQ(run({"--table", "--requests"}), 2);
-  EXPECT_EQ(run({"--max-connections", "0"}), 2);
-  EXPECT_EQ(run({"--listen", "127.0.0.1"}), 2);
-  EXPECT_EQ(run({"--replay", file("absent")}), 2);
-  EXPECT_EQ(run({"--json", "/no/such/directory/file", "--quit-after-idle", "0.01"}), 2);
-  EXPECT_EQ(run({"--help"}), 0);
+  for (const char* options :
+       {"--no-such-option", "--table --requests", "--max-connections 0", "--listen 127.0.0.1",
+        "--replay /absent", "--json /no/such/directory/file --quit-after-idle 0.01"})
+    EXPECT_EQ(run(options), 2) << options;
+  EXPECT_EQ(run("--help"), 0);
 }
 
 TEST_F(Program, EndsInGoodOrderOnASignal) {
+  ASSERT_EQ(mkfifo(file("begun").c_str(), 0600), 0);
   for (int signal : {SIGTERM, SIGINT}) {
-    const std::string port = file("port");
-    ASSERT_EQ(mkfifo(port.c_str(), 0600), 0);
-    const pid_t pid = start({"--listen", "127.0.0.1:0", "--summary", "--json", file("json"),
-                             "--quit-after-idle", "60", "--capture", port});
+    const pid_t pid = start("--listen 127.0.0.1:0 --summary --quit-after-idle 60 --json " +
+                            file("json") + " --capture " + file("begun"));
     // The capture's first bytes say that it has begun, before it listens.
-    std::ifstream capture(port, std::ios::binary);
+    std::ifstream capture(file("begun"), std::ios::binary);
     char magic[8] = {};
     capture.read(magic, sizeof magic);
     kill(pid, signal);
     EXPECT_EQ(statusOf(pid), 0);
     EXPECT_THAT(errors(), HasSubstr("connections                          0\n"));
-    unlink(port.c_str());
   }
 }
 

@@ -139,8 +139,8 @@ TEST(RequestTable, AddsUp) {
 
 // On a terminal no line is left of the table that was there before, and the screen is never blank.
 TEST(LiveTable, DrawsOverItself) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.file("screen");
+  const Scratch scratch;
+  const std::string path = scratch.path("screen");
   Output output(UniqueFd(open(path.c_str(), O_WRONLY | O_CREAT, 0600)), path, -1);
   const Summary summary;
   LiveTable table(output, summary, true);

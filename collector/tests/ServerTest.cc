@@ -5,9 +5,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 
-#include <condition_variable>
-#include <functional>
-#include <mutex>
+#include <atomic>
 #include <thread>
 
 #include "Intake.h"
@@ -20,33 +18,19 @@ namespace collector {
 // Counts on the server's thread; the test's thread waits for a state of the counts.
 class Counts final : public Consumer {
  public:
-  void onOpened(ConnectionId) override {
-    change([this] { ++opened; });
-  }
-  void onClosed(ConnectionId) override {
-    change([this] { ++closed; });
-  }
-  void onMalformed(ConnectionId, const Malformed&) override {
-    change([this] { ++malformed; });
-  }
+  void onOpened(ConnectionId) override { ++opened; }
+  void onClosed(ConnectionId) override { ++closed; }
+  void onMalformed(ConnectionId, const Malformed&) override { ++malformed; }
   void onRecord(ConnectionId, const Record& record) override {
-    if (record.layout.place == Place::event) change([this] { ++events; });
+    if (record.layout.place == Place::event) ++events;
   }
-  void onRoundEnd() override { changed_.notify_all(); }  // seldom enough for a thousand agents
-  void await(const std::function<bool()>& state) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, state);
+  static void await(const std::atomic<int>& count, int wanted) {
+    for (int seen = count; seen != wanted; seen = count) count.wait(seen);
   }
-  int opened = 0, closed = 0, malformed = 0, events = 0;
-
- private:
-  template <class Change>
-  void change(Change what) {
-    const std::lock_guard lock(mutex_);
-    what();
+  void onRoundEnd() override {
+    for (std::atomic<int>* count : {&opened, &closed, &malformed, &events}) count->notify_all();
   }
-  std::mutex mutex_;
-  std::condition_variable changed_;
+  std::atomic<int> opened = 0, closed = 0, malformed = 0, events = 0;
 };
 
 class RunningServer {
@@ -63,9 +47,9 @@ class RunningServer {
   void stop() {
     if (!thread_.joinable()) return;
     eventfd_write(stop_.get(), 1);
-    join();
+    thread_.join();
   }
-  void join() { thread_.join(); }
+  void awaitEnd() { thread_.join(); }
 
   UniqueFd connectAgent() {
     UniqueFd agent(socket(AF_INET, SOCK_STREAM, 0));
@@ -106,7 +90,8 @@ TEST(Server, KeepsConnectionsApart) {
     sendAll(first, {stream[i]});
     sendAll(second, {stream[i]});
   }
-  running.counts.await([&] { return running.counts.events == 6 && running.counts.opened == 3; });
+  Counts::await(running.counts.opened, 3);
+  Counts::await(running.counts.events, 6);
   running.stop();
   EXPECT_EQ(running.counts.closed, 3);
   EXPECT_EQ(running.counts.malformed, 0);
@@ -126,23 +111,23 @@ TEST(Server, OutlivesAgentsThatBreakOff) {
     const linger abort{1, 0};  // a reset instead of an orderly end
     setsockopt(agent.get(), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
     sendAll(agent, exampleOf("HEADER"));
-    running.counts.await([&] { return running.counts.opened == 1; });
+    Counts::await(running.counts.opened, 1);
   }
-  running.counts.await([&] { return running.counts.closed == 1; });
+  Counts::await(running.counts.closed, 1);
   const UniqueFd next = running.connectAgent();
   sendAll(next, threeEvents());
-  running.counts.await([&] { return running.counts.events == 3; });
+  Counts::await(running.counts.events, 3);
 }
 
 TEST(Server, TurnsAwayWhoIsTooMany) {
   RunningServer running({.maxConnections = 1});
   const UniqueFd first = running.connectAgent();
-  running.counts.await([&] { return running.counts.opened == 1; });
+  Counts::await(running.counts.opened, 1);
   const UniqueFd second = running.connectAgent();
   char byte;
   EXPECT_EQ(recv(second.get(), &byte, 1, 0), 0);
   sendAll(first, threeEvents());
-  running.counts.await([&] { return running.counts.events == 3; });
+  Counts::await(running.counts.events, 3);
   running.stop();
   EXPECT_EQ(running.server().turnedAway(), 1U);
 }
@@ -157,14 +142,14 @@ TEST(Server, ServesAThousandAgents) {
   std::vector<UniqueFd> agents;
   for (int i = 0; i < 1000; ++i) agents.push_back(running.connectAgent());
   for (const UniqueFd& agent : agents) sendAll(agent, threeEvents());
-  running.counts.await([&] { return running.counts.events == 3000; });
+  Counts::await(running.counts.events, 3000);
   agents.clear();
-  running.counts.await([&] { return running.counts.closed == 1000; });
+  Counts::await(running.counts.closed, 1000);
 }
 
 TEST(Server, EndsByItselfWhenNothingComes) {
   RunningServer running({.quitAfterIdle = std::chrono::milliseconds(1)});
-  running.join();
+  running.awaitEnd();
   EXPECT_EQ(running.counts.malformed, 0);
 }
 

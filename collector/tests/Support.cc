@@ -1,28 +1,17 @@
 #include "Support.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 
+#include "fake/Bytes.h"
+
 namespace collector {
 
 ByteString bytes(std::string_view hex) {
-  ByteString result;
-  int digits = 0;
-  for (char c : hex) {
-    if (std::isspace(static_cast<unsigned char>(c))) continue;
-    if (!std::isxdigit(static_cast<unsigned char>(c))) throw std::invalid_argument("not hex");
-    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
-    if (digits++ % 2 == 0) result.push_back(0);
-    result.back() = static_cast<std::uint8_t>(result.back() << 4 | digit);
-  }
-  return result;
+  const std::string named = ::bytes(hex);
+  return {named.begin(), named.end()};
 }
 
 ByteString operator+(ByteString left, const ByteString& right) {
@@ -90,22 +79,6 @@ std::vector<std::string> storyOf(const ByteString& stream, std::size_t pieceSize
   }
   decoder.finish();
   return story.told;
-}
-
-TemporaryDirectory::TemporaryDirectory() {
-  std::string name = std::filesystem::temp_directory_path() / "velora-collect-XXXXXX";
-  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary directory");
-  path_ = name;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace collector

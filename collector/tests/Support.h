@@ -7,12 +7,12 @@
 
 #include "Consumer.h"
 #include "decoder/Decoder.h"
+#include "support/Scratch.h"
 
 namespace collector {
 
 using ByteString = std::vector<std::uint8_t>;
 
-// Hexadecimal digits; blanks and line ends between them are passed over.
 ByteString bytes(std::string_view hex);
 
 ByteString operator+(ByteString left, const ByteString& right);
@@ -44,18 +44,5 @@ class Story final : public RecordSink, public Consumer {
 
 // What is told of a whole connection that brings `stream` in pieces of `pieceSize`.
 std::vector<std::string> storyOf(const ByteString& stream, std::size_t pieceSize = SIZE_MAX);
-
-// Removed with all that lies in it.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  std::string file(std::string_view name) const { return path_ + "/" + std::string(name); }
-
- private:
-  std::string path_;
-};
-
-std::string contentOf(const std::string& path);
 
 }  // namespace collector

@@ -7,8 +7,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "Dial.h"
@@ -16,65 +14,44 @@
 #include "Findings.h"
 #include "Options.h"
 #include "Trial.h"
+#include "support/Scratch.h"
 
 namespace doctor {
 
 using testing::HasSubstr;
 
-class Scratch : public testing::Test {
- protected:
-  Scratch() {
-    char name[] = "/tmp/velora-doctor-XXXXXX";
-    directory_ = mkdtemp(name);
-  }
-  ~Scratch() override { std::filesystem::remove_all(directory_); }
-
-  std::string file(const std::string& name, const std::string& text) const {
-    const std::string path = directory_ + "/" + name;
-    std::ofstream(path) << text;
-    return path;
-  }
-
-  std::string directory_;
-};
-
-TEST_F(Scratch, FilesAreReadFromTheirEndAndNothingIsWaitedFor) {
-  EXPECT_EQ(readFile(file("log", "0123456789"), 4).text, "6789");
-  const std::string fifo = directory_ + "/fifo";
+TEST(Files, AreReadFromTheirEndAndNothingIsWaitedFor) {
+  const Scratch scratch;
+  EXPECT_EQ(readFile(scratch.write("log", "0123456789"), 4).text, "6789");
+  const std::string fifo = scratch.path("fifo"), absent = scratch.path("absent");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_EQ(readFile(fifo).error, EINVAL);
-  EXPECT_EQ(readFile(directory_).error, EISDIR);
-  EXPECT_EQ(readFile(directory_ + "/absent").error, ENOENT);
-  EXPECT_EQ(refusalOf(directory_ + "/absent", W_OK), "is not there");
+  EXPECT_EQ(readFile(scratch.path("")).error, EISDIR);
+  EXPECT_EQ(readFile(absent).error, ENOENT);
+  EXPECT_EQ(refusalOf(absent, W_OK), "is not there");
   EXPECT_EQ(refusalOf(fifo + "/below", W_OK), "is not there");
-  EXPECT_EQ(refusalOf(directory_, R_OK | W_OK | X_OK), "");
+  EXPECT_EQ(refusalOf(scratch.path(""), R_OK | W_OK | X_OK), "");
 }
 
-TEST_F(Scratch, LibrariesAreTriedInAProcessOfTheirOwn) {
-  const std::string copy = directory_ + "/libcopy.so";
-  std::filesystem::copy_file(VELORA_BROKEN_LIBRARY, copy);
-  chmod(copy.c_str(), 0755);
-  EXPECT_THAT(whyNotLoaded({copy}, "x").value_or(""),
-              testing::AllOf(HasSubstr(copy + ": undefined symbol: velora_absent"),
-                             testing::Not(HasSubstr("/proc/self"))));
-  EXPECT_THAT(whyNotLoaded({file("text", "no library")}, "x").value_or(""), HasSubstr("text: "));
-  EXPECT_THAT(whyNotLoaded({directory_ + "/absent"}, "x").value_or(""), HasSubstr("No such file"));
-  chmod(copy.c_str(), 0777);
-  EXPECT_THAT(whyNotTried(copy).value_or(""), HasSubstr("can be written by others"));
-  EXPECT_THAT(whyNotLoaded({copy}, "x").value_or(""), HasSubstr("can be written by others"));
-}
-
-TEST_F(Scratch, GoodLibrariesLoadAndAreAskedForTheSymbol) {
-  const std::string good = directory_ + "/libgood.so";
-  std::filesystem::copy_file(VELORA_GOOD_LIBRARY, good);
-  chmod(good.c_str(), 0755);
-  EXPECT_EQ(whyNotLoaded({good}, "velora_answer"), std::nullopt);
-  EXPECT_THAT(whyNotLoaded({good}, "velora_other").value_or(""),
-              HasSubstr("has no symbol velora_other"));
-  const std::string crashing = directory_ + "/libcrash.so";
-  std::filesystem::copy_file(VELORA_CRASHING_LIBRARY, crashing);
-  chmod(crashing.c_str(), 0755);
-  EXPECT_THAT(whyNotLoaded({crashing}, "x").value_or(""), HasSubstr("loading it ended with "));
+TEST(Libraries, AreTriedInAProcessOfTheirOwn) {
+  const Scratch scratch;
+  const std::string library = scratch.path("lib.so"), text = scratch.write("text", "no library");
+  const std::tuple<const char*, mode_t, const char*, std::string> cases[] = {
+      {VELORA_GOOD_LIBRARY, 0755, "velora_answer", "loads"},
+      {VELORA_GOOD_LIBRARY, 0755, "velora_other", "has no symbol velora_other"},
+      {VELORA_GOOD_LIBRARY, 0777, "velora_answer", "can be written by others"},
+      {VELORA_BROKEN_LIBRARY, 0755, "x", library + ": undefined symbol: velora_absent"},
+      {VELORA_CRASHING_LIBRARY, 0755, "x", "loading it ended with "},
+  };
+  for (const auto& [source, mode, symbol, why] : cases) {
+    std::filesystem::copy_file(source, library, std::filesystem::copy_options::overwrite_existing);
+    chmod(library.c_str(), mode);
+    const std::string said = whyNotLoaded({library}, symbol).value_or("loads");
+    EXPECT_THAT(said, HasSubstr(why));
+    EXPECT_THAT(said, testing::Not(HasSubstr("/proc/self")));
+  }
+  EXPECT_THAT(whyNotLoaded({text}, "x").value_or(""), HasSubstr("text: "));
+  EXPECT_THAT(whyNotLoaded({scratch.path("absent")}, "x").value_or(""), HasSubstr("No such file"));
 }
 
 TEST(Dial, AnswersAndRefusals) {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "Scratch.h"
+#include "support/Scratch.h"
 #include "fdc/Capture.h"
 
 using namespace std::chrono;

@@ -7,7 +7,7 @@
 #include <optional>
 #include <set>
 
-#include "Scratch.h"
+#include "support/Scratch.h"
 #include "jvm/klg.h"
 #include "msg/Catalog.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Scratch.h"
+#include "support/Scratch.h"
 #include "jvm/klg.h"
 
 static void* symbol(const std::string& library, const char* name) {

@@ -7,7 +7,7 @@
 #include <set>
 #include <thread>
 
-#include "Scratch.h"
+#include "support/Scratch.h"
 #include "log/RollingFile.h"
 
 static std::string lineOf(std::size_t size, char c = 'x') {

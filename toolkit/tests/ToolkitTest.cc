@@ -8,7 +8,7 @@
 #include <sstream>
 #include <thread>
 
-#include "Scratch.h"
+#include "support/Scratch.h"
 #include "jvm/klg.h"
 
 // An open toolkit with one logger and one tracer, both at "info" unless the settings say more.

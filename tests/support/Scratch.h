@@ -1,6 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -11,11 +10,16 @@
 #include <string_view>
 #include <vector>
 
+inline std::string contentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 // A directory of the test's own, removed with it.
 class Scratch {
  public:
   Scratch() {
-    std::string pattern = std::filesystem::temp_directory_path() / "klg-XXXXXX";
+    std::string pattern = std::filesystem::temp_directory_path() / "velora-test-XXXXXX";
     root_ = ::mkdtemp(pattern.data());
   }
   ~Scratch() {
@@ -31,10 +35,7 @@ class Scratch {
     return path(name);
   }
 
-  std::string read(std::string_view name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string read(std::string_view name) const { return contentOf(path(name)); }
 
   std::vector<std::string> lines(std::string_view name) const {
     std::ifstream file(path(name));
