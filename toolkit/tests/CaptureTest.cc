@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "support/Scratch.h"
 #include "fdc/Capture.h"
+#include "support/Scratch.h"
 
 using namespace std::chrono;
 

@@ -34,7 +34,8 @@ static void check(const Case (&cases)[N]) {
   for (const auto& [expected, actual] : cases) EXPECT_EQ(actual, expected);
 }
 
-TEST(Formatter, Integers) {
+TEST(Formatter, TextsThatFit) {
+  const char unterminated[3] = {'a', 'b', 'c'};
   check({
       {"level 7 of -3", formatted("level %d of %i", KLG_INT, 7, KLG_INT, -3, 0)},
       {"4294967295", formatted("%u", KLG_INT, -1, 0)},
@@ -50,11 +51,6 @@ TEST(Formatter, Integers) {
       {"+42  42 -0042", formatted("%+d % d %05d", KLG_INT, 42, KLG_INT, 42, KLG_INT, -42, 0)},
       {"[ 007][7   ]", formatted("[%4.3d][%-04d]", KLG_INT, 7, KLG_INT, 7, 0)},
       {"[]", formatted("[%.0d]", KLG_INT, 0, 0)},
-  });
-}
-
-TEST(Formatter, RealsCharactersAndStrings) {
-  check({
       {"1.500000", formatted("%f", KLG_DOUBLE, 1.5, 0)},
       {"-0.25", formatted("%.2lf", KLG_FLOAT, -0.25, 0)},
       {"[  3.1][003.1]", formatted("[%5.1f][%05.1f]", KLG_DOUBLE, 3.14, KLG_DOUBLE, 3.14, 0)},
@@ -66,19 +62,14 @@ TEST(Formatter, RealsCharactersAndStrings) {
        formatted("[%5s][%-5s][%.2s]", KLG_STRING, "abc", KLG_STRING, "abc", KLG_STRING, "abc", 0)},
       {"(null)", formatted("%s", KLG_STRING, static_cast<const char*>(nullptr), 0)},
       {"100% of 3", formatted("100%% of %d", KLG_INT, 3, 0)},
-  });
-  const char unterminated[3] = {'a', 'b', 'c'};
-  EXPECT_EQ(formatted("%.3s", KLG_STRING, unterminated, 0), "abc");
-  EXPECT_EQ(formatted("%f", KLG_DOUBLE, 1e308, 0).size(), 309u + 7);
-}
-
-TEST(Formatter, PositionsCountFromZero) {
-  check({
+      {"abc", formatted("%.3s", KLG_STRING, unterminated, 0)},
+      // Positions count from zero.
       {"MOD level changed from (1) to (2)",
        formatted("MOD level changed from (%0$d) to (%1$d)", KLG_INT, 1, KLG_INT, 2, 0)},
       {"b before a, b", formatted("%1$s before %0$s, %1$s", KLG_STRING, "a", KLG_STRING, "b", 0)},
       {"[   7]", formatted("[%0$4d]", KLG_INT, 7, 0)},
   });
+  EXPECT_EQ(formatted("%f", KLG_DOUBLE, 1e308, 0).size(), 309u + 7);
 }
 
 // What does not fit is never formatted: the text as it stands, the arguments behind it.
@@ -86,10 +77,8 @@ TEST(Formatter, TextsThatDoNotFit) {
   check({
       {"%s is late [arguments: 5]", formatted("%s is late", KLG_INT, 5, 0)},
       {"%d [arguments: five]", formatted("%d", KLG_STRING, "five", 0)},
-      {"%f [arguments: 1]", formatted("%f", KLG_INT, 1, 0)},
       {"%d %d [arguments: 1]", formatted("%d %d", KLG_INT, 1, 0)},
       {"%d [arguments: 1 2]", formatted("%d", KLG_INT, 1, KLG_INT, 2, 0)},
-      {"no place [arguments: 1]", formatted("no place", KLG_INT, 1, 0)},
       {"%1$d [arguments: 1]", formatted("%1$d", KLG_INT, 1, 0)},
       {"%0$d %d [arguments: 1 2]", formatted("%0$d %d", KLG_INT, 1, KLG_INT, 2, 0)},
       {"%99999999999$d [arguments: 1]", formatted("%99999999999$d", KLG_INT, 1, 0)},

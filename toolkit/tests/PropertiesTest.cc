@@ -57,34 +57,16 @@ TEST(Properties, EveryTruncationIsTaken) {
 
 TEST(Properties, SizesLevelsLists) {
   const std::pair<const char*, long long> sizes[] = {
-      {"0", 0},
-      {"512", 512},
-      {"4K", 4096},
-      {"10M", 10485760},
-      {"1024G", 1LL << 40},
-      {"", -1},
-      {"K", -1},
-      {"1025G", -1},
-      {"-1", -1},
-      {"10m", -1},
-      {"1 K", -1},
-      {"1KB", -1},
-      {"9223372036854775807G", -1},
-      {"99999999999999999999", -1},
-  };
-  for (const auto& [text, bytes] : sizes) EXPECT_EQ(parseSize(text).value_or(-1), bytes) << text;
+      {"0", 0}, {"512", 512}, {"4K", 4096}, {"10M", 10485760}, {"1024G", 1LL << 40}};
+  for (const auto& [text, bytes] : sizes) EXPECT_EQ(parseSize(text), bytes) << text;
+  for (const char* text : {"", "K", "1025G", "-1", "10m", "1 K", "1KB", "9223372036854775807G",
+                           "99999999999999999999"})
+    EXPECT_FALSE(parseSize(text)) << text;
 
   const std::pair<const char*, int> levels[] = {
-      {"max", KLG_DEBUG_MAX},
-      {"info", KLG_INFO},
-      {"off", KLG_LEVEL_OFF},
-      {"2500", 2500},
-      {"-5", -5},
-      {"INFO", -1},
-      {"", -1},
-      {"1x", -1},
-  };
-  for (const auto& [text, level] : levels) EXPECT_EQ(parseLevel(text).value_or(-1), level) << text;
+      {"max", KLG_DEBUG_MAX}, {"off", KLG_LEVEL_OFF}, {"2500", 2500}, {"-5", -5}};
+  for (const auto& [text, level] : levels) EXPECT_EQ(parseLevel(text), level) << text;
+  for (const char* text : {"INFO", "", "1x"}) EXPECT_FALSE(parseLevel(text)) << text;
 
   EXPECT_EQ(splitList(" a;b,,c  d; "), (std::vector<std::string>{"a", "b", "c", "d"}));
   EXPECT_TRUE(splitList(" ;, ").empty());

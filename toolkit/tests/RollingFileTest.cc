@@ -7,11 +7,17 @@
 #include <set>
 #include <thread>
 
-#include "support/Scratch.h"
 #include "log/RollingFile.h"
+#include "support/Scratch.h"
 
 static std::string lineOf(std::size_t size, char c = 'x') {
   return std::string(size - 1, c) + '\n';
+}
+
+static int statusOf(pid_t child) {
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  return status;
 }
 
 TEST(RollingFile, RollsBeforeTheLineThatWouldNotFit) {
@@ -62,25 +68,22 @@ TEST(RollingFile, FindsTheNameAgainAfterSomebodyMovedTheFile) {
 
 // Each reason is said once, lines are dropped and counted, and the file recovers by itself.
 TEST(RollingFile, TroubleIsSaidOnceAndEnds) {
-  const std::pair<const char*, void (*)(const Scratch&)> troubles[] = {
-      {"a file where the directory should be", [](const Scratch& s) { s.write("dir", "x"); }},
-      {"a FIFO nobody reads",
-       [](const Scratch& s) {
-         std::filesystem::create_directory(s.path("dir"));
-         ASSERT_EQ(::mkfifo(s.path("dir/log").c_str(), 0600), 0);
+  const std::pair<const char*, void (*)(const std::string& log)> troubles[] = {
+      {"a FIFO nobody reads", [](auto& log) { ASSERT_EQ(::mkfifo(log.c_str(), 0600), 0); }},
+      {"a link", [](auto& log) { std::filesystem::create_symlink("../elsewhere", log); }},
+      {"a directory of that name", [](auto& log) { std::filesystem::create_directory(log); }},
+      {"a file where the directory should be",
+       [](auto& log) {
+         const auto directory = std::filesystem::path(log).parent_path();
+         std::filesystem::remove(directory);
+         std::ofstream(directory) << "x";
        }},
-      {"a link",
-       [](const Scratch& s) {
-         std::filesystem::create_directory(s.path("dir"));
-         std::filesystem::create_symlink(s.path("elsewhere"), s.path("dir/log"));
-       }},
-      {"a directory of that name",
-       [](const Scratch& s) { std::filesystem::create_directories(s.path("dir/log")); }},
   };
   for (const auto& [why, cause] : troubles) {
     SCOPED_TRACE(why);
     Scratch scratch;
-    cause(scratch);
+    std::filesystem::create_directory(scratch.path("dir"));
+    cause(scratch.path("dir/log"));
     RollingFile file;
     file.configure({scratch.path("dir/log"), 1000, 2});
     testing::internal::CaptureStderr();
@@ -114,9 +117,7 @@ TEST(RollingFile, FullDiskLeavesNoMixedLine) {
     const bool after = file.write(lineOf(20, '3'), 1000);
     ::_exit(first && !torn && after ? 0 : 1);
   }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(statusOf(child), 0);
   EXPECT_EQ(scratch.read("log"), lineOf(20, '1') + "2222222222\n" +
                                      "klglog: 1 lines before this are missing\n" + lineOf(20, '3'));
 }
@@ -137,24 +138,13 @@ static void writeLines(RollingFile& file, int writer) {
   for (auto& thread : threads) thread.join();
 }
 
-static std::multiset<std::string> linesOfAllFiles(const Scratch& scratch) {
-  std::multiset<std::string> result;
-  for (const auto& entry : std::filesystem::directory_iterator(scratch.path("")))
-    for (auto& line : scratch.lines(entry.path().filename().string())) result.insert(line);
-  return result;
-}
-
-static std::multiset<std::string> everyLine() {
-  std::multiset<std::string> result;
-  for (int w = 0; w < kWriters; ++w)
-    for (int t = 0; t < kThreads; ++t)
-      for (int i = 0; i < kLines; ++i) result.insert(textOf(w, t, i));
-  return result;
-}
-
 // Processes share the file, each with several threads. Enough files are kept for every line to be
 // counted.
 TEST(RollingFile, ProcessesThatShareAFileLoseNoLine) {
+  std::multiset<std::string> every;
+  for (int w = 0; w < kWriters; ++w)
+    for (int t = 0; t < kThreads; ++t)
+      for (int i = 0; i < kLines; ++i) every.insert(textOf(w, t, i));
   for (const std::int64_t maxSize : {1'000'000, 4096}) {
     Scratch scratch;
     std::vector<pid_t> children;
@@ -166,11 +156,10 @@ TEST(RollingFile, ProcessesThatShareAFileLoseNoLine) {
       writeLines(file, w);
       ::_exit(0);
     }
-    for (const pid_t child : children) {
-      int status = -1;
-      ::waitpid(child, &status, 0);
-      EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(linesOfAllFiles(scratch), everyLine());
+    for (const pid_t child : children) EXPECT_EQ(statusOf(child), 0);
+    std::multiset<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(scratch.path("")))
+      for (auto& line : scratch.lines(entry.path().filename().string())) found.insert(line);
+    EXPECT_EQ(found, every);
   }
 }
