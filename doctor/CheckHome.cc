@@ -7,6 +7,7 @@
 
 #include "Checks.h"
 #include "Files.h"
+#include "Pace.h"
 #include "Text.h"
 
 namespace doctor {
@@ -52,7 +53,11 @@ bool checkSettings(const Case& c, Findings& findings) {
   for (const std::string& path : {ownSettingsFile(c.names), sharedSettingsFile(c.names)}) {
     const Content content = readFile(c.subject.place(path));
     if (content.text) {
-      findings.add({"settings", State::ok, path, {{"path", path}}});
+      const auto tooFast = tooFastPace(*content.text);
+      findings.add({"settings",
+                    tooFast ? State::note : State::ok,
+                    tooFast ? path + ": " + *tooFast : path,
+                    {{"path", path}}});
       return true;
     }
     if (content.error == ENOENT) continue;

@@ -9,6 +9,7 @@
 #include "JvmRelease.h"
 #include "LibraryFile.h"
 #include "LogText.h"
+#include "Pace.h"
 #include "ProcText.h"
 #include "Text.h"
 
@@ -206,6 +207,20 @@ TEST(LogText, EveryTruncation) {
     Story story;
     tellStory(std::string(log.substr(0, length)), 7, "", story);
   }
+}
+
+TEST(Pace, PacketsMadeAndSent) {
+  const std::string round = "internal.probe.publishing.frequency=", sent = "networkagent.publish.";
+  EXPECT_FALSE(tooFastPace(""));
+  EXPECT_FALSE(tooFastPace(round + "500\n"));
+  EXPECT_FALSE(tooFastPace(round + "100\n" + sent + "frequency=100\n"));
+  EXPECT_FALSE(tooFastPace("eventagent.pool.size=4\n"));
+  const auto words = tooFastPace(round + "499\n");
+  ASSERT_TRUE(words);
+  EXPECT_NE(words->find("1 packets are made in 499 ms, 1 sent in 500 ms"), std::string::npos);
+  EXPECT_TRUE(tooFastPace("eventagent.pool.size=5\n"));
+  EXPECT_FALSE(tooFastPace("eventagent.pool.size=5\nnetworkagent.pool.size=2\n"));
+  for (const char* least : {"-1", "soon", ""}) EXPECT_TRUE(tooFastPace(round + least + "\n"));
 }
 
 TEST(Counters, Figures) {
