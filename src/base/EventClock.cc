@@ -15,18 +15,21 @@ constexpr std::uint64_t kMillisecond = 1'000'000;
 constexpr std::uint64_t kServesFor = kMillisecond;  // a look at the clock, its thread's stamps
 
 std::uint64_t TickRate::learn(const Look& look) {
-  const std::uint64_t ticks = look.ticks - first_.ticks;
-  const std::uint64_t passed = look.nanoseconds - first_.nanoseconds;
+  const Look before = first_;
+  const std::uint64_t ticks = look.ticks - before.ticks;
+  const std::uint64_t passed = look.nanoseconds - before.nanoseconds;
   if (passed < 50 * kMillisecond) return 0;
-  const bool usable = passed < kSecond && ticks > 0;  // in between the machine may have slept
   first_ = look;
-  if (!usable) return 0;
+  // In between the machine may have slept; within a look the thread may have been interrupted.
+  if (passed >= kSecond || before.width + look.width >= ticks / 1024) return 0;
   const double exact = static_cast<double>(passed) / static_cast<double>(ticks) * 0x1p32;
   return static_cast<std::uint64_t>(exact * 0.999);
 }
 
 // Nanoseconds for a tick in 2^-32; 0 while it is not known.
 static constinit std::atomic<std::uint64_t> knownRate{0};
+
+bool stampsGoByCounter() { return knownRate.load(std::memory_order_relaxed) != 0; }
 
 // The kernel watches the counters of all processors, and keeps time by them only where they agree.
 static bool kernelTrustsCounter() {
@@ -41,15 +44,25 @@ static std::uint64_t nanosecondsOf(clockid_t clock) {
   return static_cast<std::uint64_t>(now.tv_sec) * kSecond + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
+static TickRate::Look lookAtBoth() {
+  const std::uint64_t before = __rdtsc();
+  const std::uint64_t time = nanosecondsOf(CLOCK_MONOTONIC_RAW);
+  return {before, __rdtsc() - before, time};
+}
+
+// The kernel is asked anew for each rate: it may have lost its trust meanwhile.
 static void learnRate() {
-  static const bool trusted = kernelTrustsCounter();
-  if (!trusted) return;  // for good: every event comes by here
+  static constinit std::atomic<bool> distrusted{false};
+  if (distrusted.load(std::memory_order_relaxed)) return;  // every event comes by here
   static constinit std::mutex lock;
   static constinit TickRate learner;
   const std::unique_lock held(lock, std::try_to_lock);
-  if (held && knownRate.load(std::memory_order_relaxed) == 0)
-    knownRate.store(learner.learn({__rdtsc(), nanosecondsOf(CLOCK_MONOTONIC_RAW)}),
-                    std::memory_order_relaxed);
+  if (!held || stampsGoByCounter()) return;
+  const std::uint64_t rate = learner.learn(lookAtBoth());
+  if (rate != 0 && kernelTrustsCounter())
+    knownRate.store(rate, std::memory_order_relaxed);
+  else
+    distrusted.store(rate != 0, std::memory_order_relaxed);
 }
 
 // A thread's last look at the clock, and how to go on from there by the counter alone.

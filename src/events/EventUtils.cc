@@ -37,21 +37,34 @@ static bool stampAndAppend(JNIEnv* env, ThreadData* thr, std::unique_ptr<Request
   return EventUtils::appendRequestEvent(env, thr, event.release());
 }
 
-static OwnedText nameFrom(JNIEnv* env, jstring name, std::size_t limit) {
-  return ownText(env, name, limit);
+static bool bothNamesAre(const RequestEvent& e, std::string_view address) {
+  return e.request_name.view() == address && e.application_name.view() == address;
 }
-static OwnedText nameFrom(JNIEnv*, const char* name, std::size_t limit) {
-  return copyText(name, limit);
+
+void fillAddress(RequestEvent& e, JNIEnv* env, jstring url) {
+  JavaText kept = javaText(env, url, textLimit(MemoryMonitor::urlLimit_));
+  e.url = std::move(kept.text);
+  if (!kept.cut) [[likely]]
+    return;
+  LossLedger::lost(LossCause::cutText);
+  e.namesAreAddress = bothNamesAre(e, javaText(env, url).text.view());
 }
+
+void fillAddress(RequestEvent& e, JNIEnv*, const char* url) {
+  e.url = copyText(url, textLimit(MemoryMonitor::urlLimit_));
+  if (url && url[e.url.length()]) e.namesAreAddress = bothNamesAre(e, url);
+}
+
+static OwnedText nameFrom(JNIEnv* env, jstring name) { return ownText(env, name); }
+static OwnedText nameFrom(JNIEnv*, const char* name) { return copyText(name); }
 
 template <class Name>
 static bool nameAndAppend(JNIEnv* env, ThreadData* thr, std::unique_ptr<RequestEvent> event,
                           Name requestName, Name applicationName, Name url) {
   if (!event->request_name && event->getType() != Event::GPS)
-    event->request_name = nameFrom(env, requestName, kMaxTextBytes);
-  if (!event->application_name)
-    event->application_name = nameFrom(env, applicationName, kMaxTextBytes);
-  if (!event->url) event->url = nameFrom(env, url, textLimit(MemoryMonitor::urlLimit_));
+    event->request_name = nameFrom(env, requestName);
+  if (!event->application_name) event->application_name = nameFrom(env, applicationName);
+  if (!event->url) fillAddress(*event, env, url);
   return stampAndAppend(env, thr, std::move(event));
 }
 

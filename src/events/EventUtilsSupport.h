@@ -33,6 +33,10 @@ inline std::size_t textLimit(long setting) {
   return std::min(kMaxTextBytes, static_cast<std::size_t>(std::max(setting, 1L) - 1));
 }
 
+// The names must be there already: an address that has to be cut is compared with them whole.
+void fillAddress(RequestEvent& e, JNIEnv* env, jstring url);
+void fillAddress(RequestEvent& e, JNIEnv* env, const char* url);
+
 inline ThreadData* currentThread(JNIEnv* env) {
   return ThreadMgr::getInstance()->getThreadData(env);
 }
@@ -135,5 +139,5 @@ inline void fillNames(RequestEvent& e, JNIEnv* env, jstring requestName, jstring
                       jstring url) {
   e.request_name = ownText(env, requestName);
   e.application_name = ownText(env, applicationName);
-  e.url = ownText(env, url, textLimit(MemoryMonitor::urlLimit_));
+  fillAddress(e, env, url);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "events/Event.h"
 
 // What the server is asked to do from outside, and what carries the same names.
@@ -10,6 +12,8 @@ class RequestEvent : public Event {
 
   OwnedText request_name, application_name, url, userName;
   int servletDepth = 0;  // nesting depth of the request on its thread
+  // Where the address was too long to keep: whether both names are the whole of it.
+  std::optional<bool> namesAreAddress;
 };
 
 template <Event::EventType Type>

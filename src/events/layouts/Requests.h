@@ -9,10 +9,15 @@ inline bool sameText(const OwnedText& a, const OwnedText& b) {
   return static_cast<bool>(a) == static_cast<bool>(b) && a.view() == b.view();
 }
 
+inline bool namesAreAddress(const RequestEvent& e) {
+  if (e.namesAreAddress) return *e.namesAreAddress;
+  return sameText(e.request_name, e.url) && sameText(e.application_name, e.url);
+}
+
 // 0: the request is known by its address only.
 template <class W>
 void writeNamedFlag(W& w, const RequestEvent& e) {
-  w.writeByte(!(sameText(e.request_name, e.url) && sameText(e.application_name, e.url)));
+  w.writeByte(!namesAreAddress(e));
 }
 
 template <class W>

@@ -38,14 +38,19 @@ TEST(EventClock, KeepsToTheWallClockOnEveryThread) {
   for (int i = 0; i < 3; ++i) threads.emplace_back(stampsKeepToTheWallClock);
 }
 
-TEST(EventClock, RateIsLearnedFromLooksNeitherTooCloseNorTooFarApart) {
-  constexpr std::uint64_t kMs = 1'000'000;
+TEST(EventClock, RateIsLearnedFromLooksFarEnoughApartAndNotInterrupted) {
+  constexpr std::uint64_t kMs = 1'000'000, kTicks = 3 * kMs;
   TickRate rate;
-  EXPECT_EQ(rate.learn({1'000'000, 7'000 * kMs}), 0u);  // the first
-  EXPECT_EQ(rate.learn({1'000'000 + 147'000'000, 7'049 * kMs}), 0u);
-  const double learned = static_cast<double>(rate.learn({1'000'000 + 300'000'000, 7'100 * kMs}));
-  EXPECT_NEAR(learned / 0x1p32, 0.999 / 3, 1e-6);                     // 3 GHz
-  EXPECT_EQ(rate.learn({1'000'000 + 300'000'000, 9'000 * kMs}), 0u);  // the counter had stopped
-  EXPECT_NE(rate.learn({1'000'000 + 600'000'000, 9'100 * kMs}), 0u);
-  EXPECT_EQ(rate.learn({1'000'000 + 600'000'000, 9'200 * kMs}), 0u);  // it stands still
+  const auto at = [&](std::uint64_t ms, std::uint64_t ticks, std::uint64_t width = 100) {
+    return rate.learn({ticks, width, ms * kMs});
+  };
+  EXPECT_EQ(at(7'000, 0), 0u);            // the first
+  EXPECT_EQ(at(7'049, 49 * kTicks), 0u);  // too close
+  EXPECT_NEAR(static_cast<double>(at(7'100, 100 * kTicks)) / 0x1p32, 0.999 / 3, 1e-6);
+  EXPECT_EQ(at(9'000, 100 * kTicks), 0u);  // the counter had stopped
+  EXPECT_NE(at(9'100, 200 * kTicks), 0u);
+  EXPECT_EQ(at(9'200, 200 * kTicks), 0u);  // it stands still
+  EXPECT_EQ(at(9'300, 270 * kTicks, 30 * kTicks), 0u) << "30 ms between counter and clock";
+  EXPECT_EQ(at(9'400, 400 * kTicks), 0u) << "beside that one no rate can be told either";
+  EXPECT_NE(at(9'500, 500 * kTicks), 0u);
 }

@@ -2,6 +2,7 @@
 #include "RequestsFixture.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/SizeSample.h"
+#include "events/layouts/Requests.h"
 
 using namespace std::string_literals;
 
@@ -58,9 +59,30 @@ TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
     EXPECT_STREQ(e->data_source_name.get(), "ds");
     EXPECT_EQ(LossLedger::snapshot().of(LossCause::cutText) - cutBefore, sql != kept);
   }
+}
+
+// Of an address that is too long the first part is sent; whether the request has names besides is
+// told by the whole of it.
+TEST_F(Requests, AddressThatIsCut) {
+  struct Case {
+    const char *name, *application, *kept;
+    bool named;
+  };
   MemoryMonitor::urlLimit_ = 4;
-  EventUtils::beginHttpRequest(env, s("name"), s("app"), s("/long"), nullptr);
-  EXPECT_STREQ(takeOne<ServletEvent>()->url.get(), "/lo");
+  for (const auto& [name, application, kept, named] :
+       {Case{"name", "app", "/lo", true}, Case{"/long", "/long", "/lo", false},
+        Case{"/lo", "/lo", "/lo", true}, Case{"/long", "app", "/lo", true}}) {
+    EventUtils::beginHttpRequest(env, s(name), s(application), s("/long"), nullptr);
+    auto* page = new PortalPageEvent(Event::START);
+    EventUtils::sendRequest(env, nullptr, page, name, application, "/long");
+    const auto events = take();
+    ASSERT_EQ(events.size(), 2u);
+    for (const auto& event : events) {
+      const auto& request = static_cast<const RequestEvent&>(*event);
+      EXPECT_STREQ(request.url.get(), kept);
+      EXPECT_EQ(!namesAreAddress(request), named) << name;
+    }
+  }
 }
 
 TEST_F(Requests, DriverBelowADataSourceIsSilent) {
