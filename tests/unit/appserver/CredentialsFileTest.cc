@@ -66,34 +66,6 @@ TEST_F(CredentialsFile, WhatIsRefused) {
   }
 }
 
-TEST_F(CredentialsFile, MissingArguments) {
-  char user[VelEncryptor::kUserRoom];
-  char password[VelEncryptor::kPasswordRoom];
-  const unsigned char none[] = {0xFF};
-  unsigned char bytes[VelEncryptor::kScrambledRoom];
-  const char* file = path.c_str();
-  const std::pair<std::function<int()>, std::vector<std::string>> cases[] = {
-      {[&] { return encryptor.writeToFile(nullptr, "u", none, 0); }, {"1026"}},
-      {[&] { return encryptor.writeToFile(file, nullptr, none, 0); }, {"1026"}},
-      {[&] { return encryptor.writeToFile(file, "u", nullptr, 0); }, {"1026"}},
-      {[&] { return encryptor.writeToFile(file, "u", none, -1); }, {"1026"}},
-      {[&] { return encryptor.getUidPaswdFromFile(nullptr, user, password, kWord); }, {"1022"}},
-      {[&] { return encryptor.getUidPaswdFromFile(file, {}, password, kWord); }, {"1023"}},
-      {[&] { return encryptor.getUidPaswdFromFile(file, user, {}, kWord); }, {"1023"}},
-      {[&] { return encryptor.getUidPaswdFromFile(file, user, password, "word"); }, {}},
-      {[&] { return encryptor.readFromFile(nullptr, {}, {}, nullptr); }, {}},
-      {[&] { return encryptor.readFromFile(nullptr, {}, {}, kWord); }, {"1022"}},
-      {[&] { return encryptor.readFromFile(file, {}, bytes, kWord); }, {"1023"}},
-      {[&] { return encryptor.readFromFile(file, user, {}, kWord); }, {"1023"}},
-  };
-  for (const auto& [call, messages] : cases) {
-    log.clear();
-    EXPECT_EQ(call(), -1);
-    EXPECT_EQ(log.messages(), messages);
-  }
-  EXPECT_FALSE(std::filesystem::exists(path));
-}
-
 TEST_F(CredentialsFile, HostileFiles) {
   const std::string endless(100'000, 'x');
   const std::string longPassword = [&] {
@@ -122,31 +94,6 @@ TEST_F(CredentialsFile, HostileFiles) {
     log.clear();
     EXPECT_EQ(stored(), expected);
     EXPECT_EQ(log.messages(), messages);
-  }
-}
-
-// Buffers that hold the texts and their ends exactly, and buffers that lack a byte.
-TEST_F(CredentialsFile, BuffersOfEverySize) {
-  const std::string user(VelEncryptor::kUserRoom - 1, 'u');
-  const std::string password(VelEncryptor::MAX_LEN, 'p');
-  const std::size_t scrambled = 30 * password.size();
-  const char* file = path.c_str();
-  ASSERT_EQ(generate(user, password), 0);
-  const std::tuple<std::size_t, std::size_t, bool> cases[] = {
-      {0, 0, true}, {1, 0, false}, {0, 1, false}, {user.size(), password.size(), false}};
-  for (const auto& [userLacks, passwordLacks, fits] : cases) {
-    SCOPED_TRACE(std::to_string(userLacks) + " " + std::to_string(passwordLacks));
-    std::vector<char> users(user.size() + 1 - userLacks, '-');
-    std::vector<char> passwords(password.size() + 1 - passwordLacks, '-');
-    std::vector<unsigned char> bytes(scrambled + 1 - passwordLacks, '-');
-    log.clear();
-    EXPECT_EQ(encryptor.getUidPaswdFromFile(file, users, passwords, kWord), fits ? 0 : -1);
-    EXPECT_EQ(std::string(users.data(), users.size()),
-              fits ? std::string(user.c_str(), user.size() + 1) : std::string(users.size(), '-'));
-    EXPECT_EQ(passwords.back(), fits ? '\0' : '-');
-    EXPECT_EQ(encryptor.readFromFile(file, users, bytes, kWord), fits ? 0 : -1);
-    EXPECT_EQ(bytes.back(), fits ? VelEncryptor::kEnd : '-');
-    EXPECT_EQ(log.messages(), std::vector<std::string>(fits ? 0 : 2, "1023"));
   }
 }
 

@@ -20,10 +20,7 @@ TEST(ProcText, VmSize) {
       {"no number", "VmSize: x kB\n", 0},
       {"empty", "", 0},
   };
-  for (const auto& [why, status, bytes] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(vmSizeBytes(status), bytes);
-  }
+  for (const auto& [why, status, bytes] : cases) EXPECT_EQ(vmSizeBytes(status), bytes) << why;
 }
 
 TEST(ProcText, ProcessCpuTicks) {
@@ -37,10 +34,7 @@ TEST(ProcText, ProcessCpuTicks) {
       {"no name", "41 java S 1 41 41 0 -1 4194304 9 8 7 6 100 20 3 4 20", 0},
       {"empty", "", 0},
   };
-  for (const auto& [why, stat, sum] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(processCpuTicks(stat).sum(), sum);
-  }
+  for (const auto& [why, stat, sum] : cases) EXPECT_EQ(processCpuTicks(stat).sum(), sum) << why;
   const auto ticks = processCpuTicks("1 (j) R 1 1 1 0 -1 1 1 1 1 1 99999999999999999999 2 3 4");
   EXPECT_EQ(ticks.user, UINT64_MAX);
   EXPECT_EQ(ticks.childSystem, 4u);
@@ -64,10 +58,7 @@ TEST(ProcText, PageIns) {
       {"one number", "cpu 1 2 3 4\ncpu0 1 2 3 4\npage 700", 0},
       {"empty", "", 0},
   };
-  for (const auto& [why, stat, in] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(pageIns(stat), in);
-  }
+  for (const auto& [why, stat, in] : cases) EXPECT_EQ(pageIns(stat), in) << why;
 }
 
 TEST(ProcText, CpuSpeed) {
@@ -91,10 +82,8 @@ TEST(ProcText, PartitionBlocks) {
       {"beyond 32 bits", "8 0 5000000000 sda\n", 5'000'000'000},
       {"empty", "", 0},
   };
-  for (const auto& [why, partitions, blocks] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(partitionBlocks(partitions), blocks);
-  }
+  for (const auto& [why, partitions, blocks] : cases)
+    EXPECT_EQ(partitionBlocks(partitions), blocks) << why;
 }
 
 static ULONG lastSum(std::string_view stat) {
@@ -115,10 +104,7 @@ TEST(ProcText, DiskIo) {
       {"label without its blank", "disk_rblk1 2\n", 0},
       {"two numbers missing", "disk_rblk 5\n", 5},
   };
-  for (const auto& [why, stat, sum] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(lastSum(stat), sum);
-  }
+  for (const auto& [why, stat, sum] : cases) EXPECT_EQ(lastSum(stat), sum) << why;
 }
 
 TEST(ProcText, NetworkBytes) {

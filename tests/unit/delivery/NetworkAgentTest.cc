@@ -245,32 +245,3 @@ TEST_F(Network, AServerThatNeverReadsHoldsUpNoStop) {
   EXPECT_EQ(since().of(LossCause::shutdown), 10u);
   EXPECT_EQ(since().sent, 0u);
 }
-
-// ---- the manager
-
-TEST_F(Network, ClientsAreBoundInTurn) {
-  set("networkagent.pool.size", "2");
-  network()->start();
-  // Two loops at once, each on its own thread of the test, each connected to the same server.
-  std::vector<std::thread> loops;
-  for (int id = 0; id < 2; ++id)
-    loops.emplace_back([id] { network()->startNetworkAgent(theJvm().env(), id); });
-  int a = 0, b = 0, c = 0;
-  for (int* client : {&a, &b, &c})
-    while (!network()->isReady(client)) std::this_thread::yield();
-  const auto send = [](void* client, const char* text) {
-    return network()->sendData(client, text, 2);
-  };
-  EXPECT_TRUE(send(&a, "AA"));
-  EXPECT_TRUE(send(&b, "BB"));
-  EXPECT_TRUE(send(&c, "CC"));
-  server.accept();
-  const std::string first = server.read(2);
-  const std::string more = first == "BB" ? "" : server.read(2);
-  EXPECT_TRUE(first == "BB" || first + more == "AACC") << first + more;
-  for (int id : {0, 1, 5, -1}) network()->stopNetworkAgent(nullptr, id);
-  for (std::thread& loop : loops) loop.join();
-  network()->stop();
-  EXPECT_FALSE(send(&a, "after the stop"));
-  EXPECT_EQ(network()->getTotalDataSize(), 0);
-}

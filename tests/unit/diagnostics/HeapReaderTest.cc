@@ -91,8 +91,5 @@ TEST(HeapReader, Records) {
       {"8 bytes for each of many elements do not wrap", "23 01000000 FFFFFFFF 0B " INSTANCE_OF_7,
        "instances 0/0 arrays 0/0 primitives 1/17179869180 |"},
   };
-  for (const auto& [why, hex, expected] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(summed(bytes(hex)), expected);
-  }
+  for (const auto& [why, hex, expected] : cases) EXPECT_EQ(summed(bytes(hex)), expected) << why;
 }

@@ -50,16 +50,6 @@ TEST(HeapSummary, MoreThanFourGigabytes) {
                "17179869180,1\nprimitive[],17179869180,100.0,1,100.0\nobject[],0,0.0,0,0.0\n");
 }
 
-// An empty heap divides zero by zero, and shows what the C library makes of it.
-TEST(HeapSummary, EmptyHeap) {
-  volatile double zero = 0;
-  char nan[16];
-  std::snprintf(nan, sizeof nan, "%.1f", zero * 100 / zero);
-  const std::string line = ",0," + std::string(nan) + ",0," + nan + "\n";
-  EXPECT_EQ(std::string(Text(heapSummaryText({}, {})).get()),
-            "0,0\nprimitive[]" + line + "object[]" + line);
-}
-
 TEST(HeapSummary, GrowsByStepsAndStopsAtAFailure) {
   granted = 3;
   asked.clear();

@@ -53,10 +53,7 @@ TEST(JavacoreText, Stacks) {
       {"not there", "\"at x\" (TID:0x0, sys_thread_t:0x2B, )\nat no.No.no(N)\n\n", ""},
       {"nothing", "", ""},
   };
-  for (const auto& [why, text, frames] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(stackOf(0x2A, text), frames);
-  }
+  for (const auto& [why, text, frames] : cases) EXPECT_EQ(stackOf(0x2A, text), frames) << why;
 }
 
 TEST(JavacoreText, Headers) {
@@ -77,10 +74,7 @@ TEST(JavacoreText, Headers) {
       {"main TID:1, sys_thread_t:0x2a,", std::nullopt},
       {"\"TID:1, sys_thread_t:0x2a,\"", std::nullopt},
   };
-  for (const auto& [line, tid] : cases) {
-    SCOPED_TRACE(line);
-    EXPECT_EQ(threadOfHeader(line), tid);
-  }
+  for (const auto& [line, tid] : cases) EXPECT_EQ(threadOfHeader(line), tid) << line;
 }
 
 TEST(JavacoreText, NewestLocation) {
@@ -94,10 +88,7 @@ TEST(JavacoreText, NewestLocation) {
       {"an empty last line", "d : /a/one.txt\n\n", ""},
       {"nothing", "", ""},
   };
-  for (const auto& [why, tail, path] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(newestLocation(tail), path);
-  }
+  for (const auto& [why, tail, path] : cases) EXPECT_EQ(newestLocation(tail), path) << why;
 }
 
 TEST(JavacoreText, TimeInAFileName) {

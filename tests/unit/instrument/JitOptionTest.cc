@@ -133,9 +133,6 @@ TEST(JitOption, PropertyValues) {
       {"13,000 characters with the line end", "k=1\nkey=" + full.substr(3) + "\n", full.substr(3)},
       {"what is beyond is no line of its own", "x=" + longer + "\nkey=1\n", "1"},
   };
-  for (const auto& [why, text, value] : cases) {
-    SCOPED_TRACE(why);
-    EXPECT_EQ(propertyValue(text, "key"), value);
-  }
+  for (const auto& [why, text, value] : cases) EXPECT_EQ(propertyValue(text, "key"), value) << why;
   EXPECT_EQ(propertyValue("key=" + longer + "\n", "key").size(), 13000u - 5);
 }

@@ -188,10 +188,8 @@ TEST_F(RequestKinds, NestedOnesAreSilentWhenSwitchedOff) {
 TEST_F(RequestKinds, LevelTwoReportsNestedOnesWhateverTheSwitch) {
   disableNestedRequests = true;
   thr.servletDepth_ = 1;
-  for (const Kind& kind : kinds()) {
-    SCOPED_TRACE(kind.name);
-    EXPECT_EQ(records(kind.begin).size() + records(kind.end).size(), 2u);
-  }
+  for (const Kind& kind : kinds())
+    EXPECT_EQ(records(kind.begin).size() + records(kind.end).size(), 2u) << kind.name;
 }
 
 // Whatever is open on the thread ends with the page that gave up, and what ends later is alone.
