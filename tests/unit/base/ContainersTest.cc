@@ -82,16 +82,6 @@ TEST(VelList, PrependAllMovesTheOthersNodesInFront) {
   EXPECT_THAT(contents(list), ElementsAre(1));
 }
 
-TEST(VelList, ComparesTextsOnlyWhenAsked) {
-  char one[] = "same", two[] = "same";
-  for (const bool asText : {true, false}) {
-    VelList<char*> list(false, asText);
-    list.append(one);
-    EXPECT_EQ(list.contains(two), asText);
-    EXPECT_EQ(list.remove(two), asText);
-  }
-}
-
 // The fake JVM fails whoever leaves a monitor that he did not enter.
 TEST(VelList, GivesBackOnlyTheLockThatItGot) {
   FakeJvm jvm;

@@ -54,24 +54,6 @@ TEST_F(ClassTable, OldestClassIsNeverFound) {
   EXPECT_EQ(load("a.Negative", 3, -1)->num_methods, 0);
 }
 
-TEST_F(ClassTable, ClonesOutliveTheirClass) {
-  load("a.First", 1);
-  jclass_t* second = load("a.Second", 2);
-  const std::unique_ptr<jclass_t> copy(second->clone());
-  second->unregister();
-  EXPECT_EQ(second->class_id, nullptr);
-  EXPECT_FALSE(second->registered);
-  delete second;
-  EXPECT_EQ(count(), 1);
-  EXPECT_STREQ(copy->class_name, "a/Second");
-  EXPECT_EQ(copy->class_id, id(2));
-  EXPECT_EQ(copy->delete_flag, 1);
-  EXPECT_FALSE(copy->registered);
-  ASSERT_EQ(copy->num_methods, 1);
-  EXPECT_STREQ(copy->methods[0].method_name, "m");
-  EXPECT_EQ(copy->methods[0].clazz, copy.get());
-}
-
 TEST_F(ClassTable, DirtyClassesGoInBatches) {
   CLASSULOAD_CLEANUP = 3;
   for (std::uintptr_t i = 1; i <= 4; ++i) load("a.C", i)->markDirty();

@@ -114,22 +114,6 @@ TEST_F(Dispatcher, WhatMakesNoClassEntry) {
   EXPECT_EQ(classes(), before);
 }
 
-TEST_F(Dispatcher, UnloadedClassIsReportedThenFreed) {
-  collecting();
-  CLASSULOAD_CLEANUP = -1;
-  const int before = classes();
-  dispatch(JVMPI_EVENT_CLASS_LOAD, classLoad("a.Older", 1));
-  dispatch(JVMPI_EVENT_CLASS_LOAD, classLoad("a.Newer", 2));
-  JVMPI_Event unload{};
-  unload.u.class_unload.class_id = classId(2);
-  dispatch(JVMPI_EVENT_CLASS_UNLOAD, unload);
-  EXPECT_EQ(classes(), before + 1);
-  EXPECT_EQ(recorded(jvm.env()), 1);
-  dispatch(JVMPI_EVENT_CLASS_UNLOAD, unload);
-  EXPECT_EQ(recorded(jvm.env()), 1) << "an unknown class is no news";
-  CLASSULOAD_CLEANUP = 150;
-}
-
 TEST_F(Dispatcher, HeapDumpAsksForClasses) {
   collecting();
   const int before = classes();

@@ -43,40 +43,30 @@ TEST(PropertyMgr, TypedReads) {
 }
 
 TEST(PropertyMgr, WhichFile) {
+  const std::string standard = "datacollector.properties";
+  const std::string specific = "n1.s1." + standard, profiled = "n1.s1(p1)." + standard;
   struct Case {
-    const char* why;
     const char *node, *server, *profile;
-    std::vector<const char*> files;  // below etc/, each says its own name
-    const char* used;                // null: none
+    std::vector<std::string> files;  // below etc/, each says its own name
+    std::string used;                // none is told of the standard one
   };
-  const char* standard = "datacollector.properties";
-  const char* specific = "n1.s1.datacollector.properties";
-  const char* profiled = "n1.s1(p1).datacollector.properties";
   const Case cases[] = {
-      {"specific before default", "n1", "s1", "", {standard, specific}, specific},
-      {"profile before both", "n1", "s1", "p1", {standard, specific, profiled}, profiled},
-      {"with a profile the plain specific file is no choice",
-       "n1",
-       "s1",
-       "p1",
-       {standard, specific},
-       standard},
-      {"no node", "", "s1", "", {standard, specific}, standard},
-      {"no server", "n1", "", "p1", {standard, specific}, standard},
-      {"nothing there", "n1", "s1", "", {}, nullptr},
+      {"n1", "s1", "", {standard, specific}, specific},
+      {"n1", "s1", "p1", {standard, specific, profiled}, profiled},
+      {"n1", "s1", "p1", {standard, specific}, standard},
+      {"", "s1", "", {standard, specific}, standard},
+      {"n1", "", "p1", {standard, specific}, standard},
+      {"n1", "s1", "", {}, ""},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
     const Home home;
     Recorder log;
     setIdentity(velIdentity.nodeName, c.node);
     setIdentity(velIdentity.appServerName, c.server);
     setIdentity(velIdentity.profileName, c.profile);
-    for (const char* file : c.files)
-      home.write(std::string("etc/") + file, std::string("file=") + file + "\n");
-    EXPECT_STREQ(PropertyMgr::getInstance()->getProperty("file"), c.used);
-    const std::string path = home.path("etc/") + (c.used ? c.used : standard);
-    EXPECT_EQ(log.said("1069 " + path), c.used == nullptr);
+    for (const std::string& file : c.files) home.write("etc/" + file, "file=" + file + "\n");
+    EXPECT_EQ(PropertyMgr::getInstance()->getStringProperty("file", ""), c.used);
+    EXPECT_EQ(log.said("1069 " + home.path("etc/") + standard), c.used.empty());
   }
 }
 

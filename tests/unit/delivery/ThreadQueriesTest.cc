@@ -183,9 +183,3 @@ TEST_F(Queries, TokenOfTheCallersRequest) {
   EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no later call may carry it";
   MemoryMonitor::uLimitReached_ = false;
 }
-
-TEST_F(Queries, DumpThatIsNotToBeHad) {
-  EXPECT_EQ(ThreadQueries::generateThreadDump(env, nullptr), -1);
-  EXPECT_EQ(toolkit.count(1077), 1);
-  EXPECT_EQ(ThreadQueries::generateThreadDump(env, theJvm().ref(theJvm().newObject())), -1);
-}

@@ -45,20 +45,6 @@ TEST_F(Threads, OneDroppedRecordsEventPerOverflow) {
   expectBalanced();
 }
 
-TEST_F(Threads, MemoryCountersByKind) {
-  ThreadData* thr = thread(newEnv());
-  thr->appendEvent(new ClassEvent(Event::LOAD));
-  thr->appendEvent(new MethodEvent(Event::START));
-  thr->appendEvent(new SQLEvent(Event::START));
-  EXPECT_EQ(thr->jvmpiAddCounter_, 80u + 48u);
-  EXPECT_EQ(thr->jniAddCounter_, 48u);
-  MemoryMonitor::delFromMemCntr(Event::METHOD, 48, thr);
-  MemoryMonitor::delFromMemCntr(Event::GC, 64, thr);
-  MemoryMonitor::delFromMemCntr(Event::GC, 64, nullptr);
-  EXPECT_EQ(thr->jvmpiDeleteCounter_, 48u);
-  EXPECT_EQ(thr->jniDeleteCounter_, 64u);
-}
-
 TEST_F(Threads, NoRecordUnlessAllIsReady) {
   JNIEnv* env = newEnv();
   EXPECT_EQ(thread(nullptr), nullptr);

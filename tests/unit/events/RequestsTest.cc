@@ -1,6 +1,5 @@
 // What each operation of the request API copies, cuts, weighs and counts.
 #include "RequestsFixture.h"
-#include "delivery/EvtAgentMgr.h"
 #include "delivery/SizeSample.h"
 #include "events/layouts/Requests.h"
 
@@ -163,15 +162,6 @@ TEST_F(Requests, EveryEventIsCountedOnce) {
   EXPECT_EQ(counted.created, 3u);
   EXPECT_EQ(counted.of(LossCause::noThread), 1u);
   EXPECT_EQ(counted.queued(), 0u);
-}
-
-// No event agent leads, so there is nobody to take it.
-TEST_F(Requests, CollectionsGoToTheLeadingAgentNotToTheThread) {
-  EXPECT_FALSE(EventUtils::appendGCStartEvent(env));
-  EXPECT_FALSE(EventUtils::appendGCEndEvent(env, 1, 2, 3));
-  EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::noThread), 2u);
-  EXPECT_EQ(take().size(), 0u);
-  EvtAgentMgr::destroy();
 }
 
 TEST(SizeSample, MeanOfTheFirstOnes) {

@@ -57,12 +57,6 @@ class Hook : public testing::Test {
     notifyJVMInitDone(&event);
     ASSERT_NE(bcmBootstrapCls.load(), nullptr);
   }
-  void keepNames() {
-    javaSide([this](const std::string& bytes, const std::string& name) {
-      offered.push_back(name);
-      return jvm.newBytes(bytes);
-    });
-  }
 
   // Loads a class; empty when the JVM got its own bytes back.
   std::string load(std::vector<BYTE> data) {
@@ -86,7 +80,6 @@ class Hook : public testing::Test {
 
   FakeJvm jvm;
   FakeToolkit toolkit;
-  std::vector<std::string> offered;
   DefineClassMethod loaders_[2] = {defineClassMethod("p/Loader", "java/lang/Object"),
                                    defineClassMethod("p/Loader")};
   DefineClassMethod proxies_[1] = {defineClassMethod("p/Proxy")};
@@ -108,23 +101,17 @@ TEST_F(Hook, VersionsThatAreRewritten) {
 }
 
 TEST_F(Hook, WhatIsNoClassIsTold) {
-  const std::tuple<const char*, const char*, int> cases[] = {
-      {"another magic", "CAFEBABF 0000 002F 0001", 1049},
-      {"half a magic", "CAFE", 1048},
-      {"half a version", "CAFEBABE 0000", 1048},
-      {"no pool", "CAFEBABE 0000 002F", 1048},
-      {"nothing behind the pool", "CAFEBABE 0000 002F 0001", 1048},
-      {"later versions are not read", "CAFEBABE 0000 0034", 0},
+  const std::pair<const char*, int> cases[] = {
+      {"CAFEBABF 0000 002F 0001", 1049}, {"CAFE", 1048},
+      {"CAFEBABE 0000", 1048},           {"CAFEBABE 0000 002F", 1048},
+      {"CAFEBABE 0000 002F 0001", 1048}, {"CAFEBABE 0000 0034", 0},  // later ones are not read
   };
-  for (const auto& [why, notation, number] : cases) {
-    SCOPED_TRACE(why);
+  for (const auto& [notation, number] : cases) {
     toolkit.lines();
     EXPECT_EQ(load(bytes(notation)), "");
     const auto lines = toolkit.lines();
-    EXPECT_EQ(lines.empty() ? 0 : lines[0].number, number);
+    EXPECT_EQ(lines.empty() ? 0 : lines[0].number, number) << notation;
   }
-  load(bytes("00000100"));  // the fake toolkit writes any number in decimal
-  EXPECT_THAT(toolkit.texts(), ElementsAre("Bad class file magic 256"));
 }
 
 TEST_F(Hook, IndicesOutsideThePoolAreToldToo) {
@@ -171,8 +158,12 @@ TEST_F(Hook, OneLoaderAndOneProxyWhicheverThreadsLoadThem) {
 }
 
 TEST_F(Hook, TheJavaSideSeesClassesFromTheServersStartOn) {
-  keepNames();
   config.instrumentDefineClass = 0;
+  std::vector<std::string> offered;
+  javaSide([&](const std::string& bytes, const std::string& name) {
+    offered.push_back(name);
+    return jvm.newBytes(bytes);
+  });
   for (const char* start :
        {"com/norvik/av/bootstrap/AVLauncher", "weblogic/Server", "boot/Start"}) {
     instrumentationActive = false;
@@ -180,8 +171,7 @@ TEST_F(Hook, TheJavaSideSeesClassesFromTheServersStartOn) {
     for (const char* name : {"p/Early", start, "java/util/X", "javax/X", "org/X", "sun/misc/X",
                              "com/velora/X", "p/Late"})
       EXPECT_EQ(load(name), "");
-    EXPECT_EQ(offered.back(), "p.Late");
-    EXPECT_EQ(offered.size(), 2U);  // the start class itself is the first
+    EXPECT_EQ(offered.size(), 2U);  // the start class itself and p.Late
   }
   instrumentedClassLoader = true;
   load("p/AfterTheLoader");
@@ -211,7 +201,8 @@ TEST_F(Hook, WithoutAnAnswerOrMemoryTheClassStays) {
 TEST_F(Hook, WhatIsLoadedMeanwhilePassesUntouched) {
   instrumentationActive = true;
   config.instrumentDefineClass = 0;
-  javaSide([this](const std::string&, const std::string& name) {
+  std::vector<std::string> offered;
+  javaSide([&](const std::string&, const std::string& name) {
     offered.push_back(name);
     if (name == "p.A") {
       EXPECT_EQ(load("p/Helper"), "");
