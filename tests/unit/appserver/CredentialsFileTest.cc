@@ -1,8 +1,6 @@
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <climits>
-#include <functional>
 
 #include "Credentials.h"
 #include "appserver/PrivateFile.h"

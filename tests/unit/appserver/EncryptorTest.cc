@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "Credentials.h"
 
 using testing::ElementsAre;

@@ -1,5 +1,4 @@
 #include <com_velora_avportal_PortalUtils.h>
-#include <gmock/gmock.h>
 
 #include "Reports.h"
 #include "appserver/PortalMethodMgr.h"

@@ -30,6 +30,16 @@ class Reports : public Agent {
     }
     return records;
   }
+  // The next event that waits on the thread.
+  template <class E>
+  std::unique_ptr<E> next() {
+    std::unique_ptr<Event> event(thread().getEvtQueue()->pop());
+    auto* const found = dynamic_cast<E*>(event.get());
+    if (!found) throw std::runtime_error("no such event");
+    LossLedger::sent();
+    event.release();
+    return std::unique_ptr<E>(found);
+  }
   template <class Call>
   int recordId(Call call) {
     const auto records = recordsOf(call);

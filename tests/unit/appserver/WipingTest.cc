@@ -1,9 +1,6 @@
 // Nothing that is given back to the heap still holds a password, clear or scrambled.
 #include <malloc.h>
 
-#include <atomic>
-#include <cstring>
-
 #include "Credentials.h"
 
 constexpr const char kPassword[] = "Tell-nobody-0815";

@@ -1,12 +1,7 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <thread>
-
 #include "base/VelHashTable.h"
 #include "base/VelList.h"
 #include "fake/FakeJvm.h"
+#include "unit/Test.h"
 
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;

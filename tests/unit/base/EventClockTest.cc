@@ -1,10 +1,7 @@
-#include <gtest/gtest.h>
 #include <sys/time.h>
 
-#include <thread>
-#include <vector>
-
 #include "base/EventClock.h"
+#include "unit/Test.h"
 
 static std::uint64_t microseconds(ULONG sec, ULONG usec) { return sec * 1'000'000ull + usec; }
 

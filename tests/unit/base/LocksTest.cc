@@ -1,9 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-
 #include "base/Gate.h"
 #include "base/InstanceSlot.h"
 #include "base/ThreadIndex.h"
@@ -12,6 +6,7 @@
 #include "base/platform.h"
 #include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 // A JVM that the agent has its profiling interface from.
 struct Locks : testing::Test {

@@ -1,13 +1,5 @@
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <thread>
 
 #include "base/ProbeKlgLog.h"
 #include "base/ProbeLog.h"

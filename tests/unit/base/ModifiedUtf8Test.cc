@@ -1,11 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "base/ModifiedUtf8.h"
+#include "unit/Test.h"
 
 // At the end of room for three bytes each, as where the text is to stand.
 static std::string converted(std::u16string_view units) {

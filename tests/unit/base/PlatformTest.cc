@@ -1,11 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/ThreadModelSource.h"
 #include "base/platform.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 using testing::ElementsAre;
 

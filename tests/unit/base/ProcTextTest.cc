@@ -1,11 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include "base/procText.h"
+#include "unit/Test.h"
 
 TEST(ProcText, VmSize) {
   const std::tuple<const char*, const char*, ULONG> cases[] = {

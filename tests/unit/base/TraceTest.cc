@@ -1,12 +1,8 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "base/Messages.h"
 #include "base/Trace.h"
 #include "base/VeloraBase.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 using testing::ElementsAre;
 

@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-
 #include "core/ClassFilter.h"
+#include "unit/Test.h"
 
 static std::unique_ptr<TextArray> list(std::vector<const char*> entries) {
   return std::make_unique<TextArray>(entries);

@@ -1,7 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "core/ClassFilter.h"
 #include "instrument/ClassTable.h"
+#include "unit/Test.h"
 
 // Class loads of a fresh process: its tables exist, nothing is registered.
 class ClassTable : public testing::Test {

@@ -1,10 +1,5 @@
 #include "Core.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <sstream>
-#include <utility>
-
 #include "core/velora.h"
 
 std::vector<std::string> Recorder::messages() const {

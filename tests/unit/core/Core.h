@@ -1,17 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
 #include "base/Identity.h"
 #include "base/Trace.h"
 #include "core/AgentState.h"
 #include "core/PropertyMgr.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 // What the agent tells its operators while this lives: "1080 2" is message 1080 with argument 2.
 // Traces at detail 3000 likewise, by their text.

@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "Agent.h"
 #include "core/velora.h"
 #include "delivery/MemoryMonitor.h"

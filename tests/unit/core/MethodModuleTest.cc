@@ -1,6 +1,5 @@
 #include <com_velora_command_MethodLevelModule.h>
 #include <com_velora_probe_l3trace_BcmRuntime.h>
-#include <gmock/gmock.h>
 
 #include "Agent.h"
 #include "base/Gate.h"

@@ -1,7 +1,4 @@
-#include <gmock/gmock.h>
 #include <sys/stat.h>
-
-#include <thread>
 
 #include "Agent.h"
 #include "base/Gate.h"

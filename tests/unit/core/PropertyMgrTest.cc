@@ -1,7 +1,5 @@
 #include <sys/stat.h>
 
-#include <thread>
-
 #include "Core.h"
 #include "core/PropertyMgr.h"
 

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "Core.h"
 #include "core/ServerName.h"
 #include "core/cmdline.h"

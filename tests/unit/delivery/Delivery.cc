@@ -2,9 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <filesystem>
-
 #include "base/Gate.h"
 #include "base/Identity.h"
 #include "core/AgentState.h"

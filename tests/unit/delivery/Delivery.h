@@ -1,13 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <deque>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "delivery/ConnectionListener.h"
 #include "delivery/EventAgent.h"
 #include "delivery/EvtAgentMgr.h"
@@ -22,6 +14,7 @@
 #include "events/Events.h"
 #include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 // One JVM for the whole program: the agent keeps its look-up class for the life of the process.
 FakeJvm& theJvm();

@@ -1,6 +1,4 @@
 // Event agents against a network of the test's own.
-#include <string>
-
 #include "delivery/Delivery.h"
 #include "events/ProtocolVisitor.h"
 

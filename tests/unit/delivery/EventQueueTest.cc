@@ -1,8 +1,3 @@
-#include <algorithm>
-#include <atomic>
-#include <thread>
-#include <vector>
-
 #include "delivery/Delivery.h"
 #include "delivery/EventQueue.h"
 

@@ -1,7 +1,4 @@
 // The event-agent manager, its pool and its leader.
-#include <string>
-#include <thread>
-
 #include "core/AgentState.h"
 #include "delivery/Delivery.h"
 

@@ -1,8 +1,4 @@
 // created = sent + lost + queued, through all parts and with many threads at once.
-#include <fstream>
-#include <sstream>
-#include <thread>
-
 #include "base/Gate.h"
 #include "delivery/Delivery.h"
 

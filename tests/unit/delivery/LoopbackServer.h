@@ -4,10 +4,8 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include <stdexcept>
-#include <string>
-
 #include "base/UniqueFd.h"
+#include "unit/Test.h"
 
 // A publish server on a port of the kernel's choice, driven by the test's own thread: the kernel
 // completes connections by itself, so nothing here waits but for bytes that are on their way.

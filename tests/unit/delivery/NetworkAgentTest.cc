@@ -1,9 +1,6 @@
 // Network agents against a server on the loopback interface.
 #include <fcntl.h>
 
-#include <string>
-#include <thread>
-
 #include "delivery/Delivery.h"
 #include "delivery/LoopbackServer.h"
 #include "delivery/NetworkAgent.h"

@@ -1,7 +1,4 @@
 // Thread records and the manager that owns them.
-#include <string>
-#include <thread>
-
 #include "delivery/Delivery.h"
 
 extern "C" jstring Java_com_velora_probe_ThreadManager_getNativeStoppedThreadIDs(JNIEnv*, jclass);

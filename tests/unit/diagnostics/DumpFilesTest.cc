@@ -1,13 +1,9 @@
 // The bridge's side: where dumps are written, among files that others planted.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "bridge/DumpFiles.h"
+#include "unit/Test.h"
 
 class DumpFiles : public testing::Test {
  protected:

@@ -1,10 +1,6 @@
 // Dumps that a fake JVM writes, found and read back.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-
-#include <filesystem>
-#include <fstream>
 
 #include "base/Gate.h"
 #include "base/Jvmpi.h"
@@ -14,6 +10,7 @@
 #include "diagnostics/javacore.h"
 #include "diagnostics/threaddump.h"
 #include "fake/FakeJvm.h"
+#include "unit/Test.h"
 
 static std::vector<int> slept;
 

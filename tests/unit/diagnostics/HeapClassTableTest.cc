@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include "diagnostics/heapdump.h"
+#include "unit/Test.h"
 
 static jobjectID id(std::uintptr_t number) { return reinterpret_cast<jobjectID>(number); }
 

@@ -1,9 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <map>
-
 #include "diagnostics/HeapReader.h"
 #include "fake/Bytes.h"
+#include "unit/Test.h"
 
 // Class 7 is "a.Plain" with two interfaces; class 8 is "a.Static" with a static field of each
 // width and one of an unknown type; 9 is named like 7. Nobody knows any other class.

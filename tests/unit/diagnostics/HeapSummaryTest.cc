@@ -1,12 +1,7 @@
-#include <gtest/gtest.h>
 #include <locale.h>
 
-#include <algorithm>
-#include <cstring>
-#include <memory>
-#include <vector>
-
 #include "diagnostics/HeapSummary.h"
+#include "unit/Test.h"
 
 struct Free {
   void operator()(char* text) const { std::free(text); }

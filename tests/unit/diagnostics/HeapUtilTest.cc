@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
-#include <thread>
-
 #include "core/AgentState.h"
 #include "core/ProbeMgr.h"
 #include "diagnostics/heapdump.h"
 #include "fake/Bytes.h"
 #include "fake/FakeJvm.h"
+#include "unit/Test.h"
 
 extern "C" {
 jint Java_com_velora_command_heap_HeapUtil_testHeapDumpEnvironmentNative(JNIEnv*, jclass);

@@ -1,9 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "diagnostics/javacoreText.h"
 #include "diagnostics/threaddump.h"
+#include "unit/Test.h"
 
 static std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;

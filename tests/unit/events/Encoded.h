@@ -1,18 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <fstream>
-#include <map>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "events/Events.h"
 #include "events/ProtocolVisitor.h"
 #include "fake/Bytes.h"
+#include "unit/Test.h"
 
 // Records as byte strings, and what the protocol's page says they are.
 

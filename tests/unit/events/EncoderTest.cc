@@ -1,7 +1,5 @@
 // What the encoder does beside the usual: texts at their limits, odd kinds, the agent's own
 // records.
-#include <memory>
-
 #include "Encoded.h"
 #include "base/Identity.h"
 #include "core/AgentState.h"

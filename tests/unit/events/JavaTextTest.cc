@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
 #include "events/JavaText.h"
 #include "fake/FakeJvm.h"
+#include "unit/Test.h"
 
 constexpr const char* kPair = "\xED\xA0\xBD\xED\xBB\x92";  // one character beyond U+FFFF
 

@@ -1,16 +1,11 @@
 // Events and their texts as memory, and as queues and the memory monitor see them.
-#include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <algorithm>
-#include <cstring>
 #include <random>
-#include <set>
-#include <thread>
-#include <vector>
 
 #include "events/Events.h"
 #include "instrument/ClassTable.h"
+#include "unit/Test.h"
 
 using Events = std::vector<std::unique_ptr<Event>>;
 

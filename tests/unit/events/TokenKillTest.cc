@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <random>
 #include <unordered_set>
 

@@ -1,17 +1,13 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "base/Identity.h"
 #include "base/UniqueFd.h"
 #include "events/GPSTokenUtils.h"
 #include "fake/FakeJvm.h"
 #include "fake/FakeToolkit.h"
+#include "unit/Test.h"
 
 namespace fs = std::filesystem;
 

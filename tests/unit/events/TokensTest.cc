@@ -1,7 +1,4 @@
 // Cross-process tokens: how they are made, and what the counter file says meanwhile.
-#include <set>
-#include <thread>
-
 #include "Encoded.h"
 #include "TokensFixture.h"
 

@@ -1,12 +1,7 @@
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 #include "Archive.h"
 #include "Core.h"

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include "unit/Test.h"
 
 // Archives as tests need them: directories that say what a case wants, without the files' data.
 

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstdio>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "instrument/LoadInjector.h"
+#include "unit/Test.h"
 
 // Class files as a reader of their format writes them down: hexadecimal digits, texts in quotes,
 // blanks wherever they help.

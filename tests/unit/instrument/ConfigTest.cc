@@ -1,9 +1,4 @@
-#include <gmock/gmock.h>
 #include <sys/stat.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "Core.h"
 #include "instrument/config.h"

@@ -1,7 +1,4 @@
-#include <gmock/gmock.h>
-
 #include <mutex>
-#include <thread>
 
 #include "ClassMaker.h"
 #include "fake/FakeJvm.h"

@@ -1,9 +1,5 @@
-#include <gmock/gmock.h>
-
-#include <string>
-#include <vector>
-
 #include "instrument/jitOption.h"
+#include "unit/Test.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,7 +1,4 @@
 #include <dlfcn.h>
-#include <gmock/gmock.h>
-
-#include <cstdlib>
 
 #include "Core.h"
 #include "fake/FakeJvm.h"

@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "ClassMaker.h"
 #include "instrument/LoadInjector.h"
 

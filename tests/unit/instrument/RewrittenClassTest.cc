@@ -1,6 +1,4 @@
 // What the bridge takes out of a rewritten class before a current JVM sees it.
-#include <gmock/gmock.h>
-
 #include "ClassMaker.h"
 #include "bridge/RewrittenClass.h"
 

@@ -1,14 +1,7 @@
 // The class and method tables under eight threads: for the sanitizers above all.
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <deque>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "core/ClassFilter.h"
 #include "instrument/ClassTable.h"
+#include "unit/Test.h"
 
 constexpr int kThreads = 8, kClasses = 300, kMethods = 3;
 

@@ -5,8 +5,6 @@
 #include <com_velora_probe_ProbeUtils.h>
 #include <com_velora_probe_ThreadManager.h>
 
-#include <functional>
-
 #include "appserver/Reports.h"
 #include "base/Gate.h"
 #include "events/Events.h"
@@ -15,15 +13,6 @@
 
 class Arguments : public Reports {
  protected:
-  template <class E>
-  std::unique_ptr<E> next() {
-    std::unique_ptr<Event> event(thread().getEvtQueue()->pop());
-    auto* const found = dynamic_cast<E*>(event.get());
-    if (!found) throw std::runtime_error("no such event");
-    LossLedger::sent();
-    event.release();
-    return std::unique_ptr<E>(found);
-  }
   jbyteArray bytes(std::vector<jbyte> elements) {
     return static_cast<jbyteArray>(jvm.ref(jvm.newArray(elements)));
   }

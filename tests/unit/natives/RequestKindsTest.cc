@@ -8,8 +8,6 @@
 #include <com_velora_probe_lock_LockAnalysisRuntime.h>
 #include <oracle_jdbc_driver_OracleStatement.h>
 
-#include <functional>
-
 #include "appserver/Reports.h"
 #include "base/Gate.h"
 #include "core/AgentState.h"

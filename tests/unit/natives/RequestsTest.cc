@@ -1,9 +1,15 @@
 // What each operation of the request API copies, cuts, weighs and counts.
-#include "RequestsFixture.h"
+#include "appserver/Reports.h"
 #include "delivery/SizeSample.h"
+#include "events/EventUtils.h"
 #include "events/layouts/Requests.h"
 
 using namespace std::string_literals;
+
+class Requests : public Reports {
+ protected:
+  Requests() { MemoryMonitor::urlLimit_ = 1000; }
+};
 
 TEST_F(Requests, HttpFinishAndError) {
   struct Close {
@@ -26,12 +32,12 @@ TEST_F(Requests, HttpFinishAndError) {
     SCOPED_TRACE(c.why);
     thread().servletDepth_ = c.depth;
     const jstring name = c.name ? s(c.name) : nullptr;
-    const bool queued = c.error ? EventUtils::errorHttpRequest(env, name, s("app"), s("err"))
-                                : EventUtils::endHttpRequest(env, name);
+    const bool queued = c.error ? EventUtils::errorHttpRequest(env(), name, s("app"), s("err"))
+                                : EventUtils::endHttpRequest(env(), name);
     EXPECT_EQ(thread().servletDepth_, c.depthAfter);
     EXPECT_EQ(queued, c.reported > 0);
     if (!c.reported) continue;
-    const auto e = takeOne<ServletEvent>();
+    const auto e = next<ServletEvent>();
     EXPECT_EQ(e->getSubType(), c.error ? Event::ERRORS : Event::END);
     EXPECT_EQ(e->servletDepth, c.reported);
     EXPECT_EQ(e->url ? e->url.get() : "none"s, c.error ? "err" : "none");
@@ -52,8 +58,8 @@ TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
     SCOPED_TRACE(why);
     const auto cutBefore = LossLedger::snapshot().of(LossCause::cutText);
     MemoryMonitor::sqlLimit_ = limit;
-    EventUtils::beginSQLRequest(env, nullptr, s(sql), s("ds"));
-    const auto e = takeOne<SQLEvent>();
+    EventUtils::beginSQLRequest(env(), nullptr, s(sql), s("ds"));
+    const auto e = next<SQLEvent>();
     EXPECT_EQ(e->sql.get(), kept);
     EXPECT_STREQ(e->data_source_name.get(), "ds");
     EXPECT_EQ(LossLedger::snapshot().of(LossCause::cutText) - cutBefore, sql != kept);
@@ -63,45 +69,43 @@ TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
 // Of an address that is too long the first part is sent; whether the request has names besides is
 // told by the whole of it.
 TEST_F(Requests, AddressThatIsCut) {
-  struct Case {
-    const char *name, *application, *kept;
-    bool named;
-  };
   MemoryMonitor::urlLimit_ = 4;
-  for (const auto& [name, application, kept, named] :
-       {Case{"name", "app", "/lo", true}, Case{"/long", "/long", "/lo", false},
-        Case{"/lo", "/lo", "/lo", true}, Case{"/long", "app", "/lo", true}}) {
-    EventUtils::beginHttpRequest(env, s(name), s(application), s("/long"), nullptr);
+  const std::tuple<const char*, const char*, bool> cases[] = {{"name", "app", true},
+                                                              {"/long", "/long", false},
+                                                              {"/lo", "/lo", true},
+                                                              {"/long", "app", true}};
+  for (const auto& [name, application, named] : cases) {
+    EventUtils::beginHttpRequest(env(), s(name), s(application), s("/long"), nullptr);
     auto* page = new PortalPageEvent(Event::START);
-    EventUtils::sendRequest(env, nullptr, page, name, application, "/long");
-    const auto events = take();
-    ASSERT_EQ(events.size(), 2u);
-    for (const auto& event : events) {
-      const auto& request = static_cast<const RequestEvent&>(*event);
-      EXPECT_STREQ(request.url.get(), kept);
-      EXPECT_EQ(!namesAreAddress(request), named) << name;
+    EventUtils::sendRequest(env(), nullptr, page, name, application, "/long");
+    for (int i = 0; i < 2; ++i) {
+      const auto request = next<RequestEvent>();
+      EXPECT_STREQ(request->url.get(), "/lo");
+      EXPECT_EQ(!namesAreAddress(*request), named) << name;
     }
   }
 }
 
 TEST_F(Requests, DriverBelowADataSourceIsSilent) {
-  EventUtils::beginSQLRequest(env, nullptr, s("x"), s("ds"));
-  EXPECT_FALSE(EventUtils::beginJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
-  EXPECT_FALSE(EventUtils::endJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
-  EXPECT_EQ(thread().dataSrcSQLDepth_, 1);
-  EventUtils::endSQLRequest(env, nullptr, s("x"), s("ds"));
-  EXPECT_EQ(take().size(), 2u);
-  EXPECT_TRUE(EventUtils::beginJDBCSQLRequest(env, nullptr, s("x"), s("ds")));
+  const jstring x = s("x"), ds = s("ds");
+  const auto records = recordsOf([&] {
+    EventUtils::beginSQLRequest(env(), nullptr, x, ds);
+    EXPECT_FALSE(EventUtils::beginJDBCSQLRequest(env(), nullptr, x, ds));
+    EXPECT_FALSE(EventUtils::endJDBCSQLRequest(env(), nullptr, x, ds));
+    EXPECT_EQ(thread().dataSrcSQLDepth_, 1);
+    EventUtils::endSQLRequest(env(), nullptr, x, ds);
+  });
+  EXPECT_EQ(records.size(), 2u);
+  EXPECT_TRUE(EventUtils::beginJDBCSQLRequest(env(), nullptr, x, ds));
 }
 
 TEST_F(Requests, WeightsThatFollowTheTexts) {
-  EventUtils::beginJMSRequest(env, Event::JMS_RECEIVE, s("broker"), s("queue"), s("selector"));
-  EXPECT_EQ(takeOne<JMSEvent>()->size_, 56 + 6 + 5);
-  EventUtils::beginJMSRequest(env, Event::JMS_RECEIVE, s(std::string(40'000, 'x')), nullptr,
-                              nullptr);
-  EXPECT_EQ(takeOne<JMSEvent>()->size_, 32'767);
-  EventUtils::beginSQLRequest(env, nullptr, s("select"), s("ds"));
-  EXPECT_EQ(takeOne<SQLEvent>()->size_, MemoryMonitor::getSQLSize());
+  const auto weightOf = [&](const std::string& server, jstring queue, jstring selector) {
+    EventUtils::beginJMSRequest(env(), Event::JMS_RECEIVE, s(server), queue, selector);
+    return next<JMSEvent>()->size_;
+  };
+  EXPECT_EQ(weightOf("broker", s("queue"), s("selector")), 56 + 6 + 5);
+  EXPECT_EQ(weightOf(std::string(40'000, 'x'), nullptr, nullptr), 32'767);
 }
 
 TEST_F(Requests, TokensOfOtherProcesses) {
@@ -110,51 +114,37 @@ TEST_F(Requests, TokensOfOtherProcesses) {
       {"xyz", "00000000"},      {"12 ", "00000000"}, {"123456789", "00000000"},
   };
   for (const auto& [given, carried] : tokens) {
-    EventUtils::beginGpsReceive(env, s(given));
-    EXPECT_EQ(hex({takeOne<GPSEvent>()->request_name.get(), 4}), carried) << given;
+    EventUtils::beginGpsReceive(env(), s(given));
+    EXPECT_EQ(hex({next<GPSEvent>()->request_name.get(), 4}), carried) << given;
+    EXPECT_EQ(hex({reinterpret_cast<const char*>(thread().gpsToken_.get()), 4}), carried);
+    EventUtils::completeGpsReceive(env());
+    EXPECT_EQ(thread().gpsToken_, nullptr);
+    next<GPSEvent>();
   }
-}
-
-TEST_F(Requests, TokenIsTheThreadsUntilTheRequestIsComplete) {
-  EventUtils::beginGpsReceive(env, s("500003E8"));
-  ASSERT_NE(thread().gpsToken_, nullptr);
-  EXPECT_EQ(hex({reinterpret_cast<const char*>(thread().gpsToken_.get()), 4}), "500003E8");
-  EventUtils::completeGpsReceive(env);
-  EXPECT_EQ(thread().gpsToken_, nullptr);
 }
 
 TEST_F(Requests, SendRequestKeepsWhatIsThere) {
   auto* e = new PortalPageEvent(Event::START);
   e->request_name = text("mine");
-  EventUtils::sendRequest(env, nullptr, e, s("other"), nullptr, s("/u"));
-  const auto page = takeOne<PortalPageEvent>();
+  EventUtils::sendRequest(env(), nullptr, e, s("other"), nullptr, s("/u"));
+  const auto page = next<PortalPageEvent>();
   EXPECT_STREQ(page->request_name.get(), "mine");
   EXPECT_STREQ(page->application_name.get(), "");
-  EXPECT_STREQ(page->userName.get(), "");
-
   MemoryMonitor::urlLimit_ = 4;
-  EventUtils::sendRequest(env, nullptr, new PortalPageEvent(Event::START), "n", nullptr, "/long");
-  const auto fromNative = takeOne<PortalPageEvent>();
-  EXPECT_STREQ(fromNative->application_name.get(), "");
-  EXPECT_STREQ(fromNative->url.get(), "/lo");
-
-  EventUtils::sendRequest(env, nullptr, new PortalPageEvent(Event::START));
-  const auto unnamed = takeOne<PortalPageEvent>();
-  for (const auto* name : {&unnamed->request_name, &unnamed->application_name, &unnamed->url})
-    EXPECT_STREQ(name->get(), "");
-
-  EventUtils::sendRequest(env, nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
-  EXPECT_FALSE(takeOne<GPSEvent>()->request_name) << "a name is no token";
+  EventUtils::sendRequest(env(), nullptr, new PortalPageEvent(Event::START), "n", nullptr, "/long");
+  EXPECT_STREQ(next<PortalPageEvent>()->url.get(), "/lo");
+  EventUtils::sendRequest(env(), nullptr, new GPSEvent(Event::START), s("abc"), nullptr, nullptr);
+  EXPECT_FALSE(next<GPSEvent>()->request_name) << "a name is no token";
 }
 
 TEST_F(Requests, EveryEventIsCountedOnce) {
-  EventUtils::beginJCARequest(env, nullptr);
-  EventUtils::endJCARequest(env, nullptr);
-  EXPECT_EQ((LossLedger::snapshot() - before).created, 2u);
+  const auto before = LossLedger::snapshot();
+  EventUtils::beginJCARequest(env(), nullptr);
+  EventUtils::endJCARequest(env(), nullptr);
   EXPECT_EQ((LossLedger::snapshot() - before).queued(), 2u);
-  take();
+  for (int i = 0; i < 2; ++i) next<JCAEvent>();
 
-  adopter.ready = false;  // a thread that gets no record
+  threadAdopter = nullptr;  // a thread that gets no record
   JNIEnv* const other = jvm.startThread("other").env();
   EXPECT_FALSE(EventUtils::beginJCARequest(other, nullptr));
   EXPECT_FALSE(EventUtils::endHttpRequest(other, nullptr));  // makes none
