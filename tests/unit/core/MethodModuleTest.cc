@@ -20,7 +20,9 @@ static std::string number(Id* id) {
 
 // A class's event in words: "load 2 a.Shop 8:m()V", "unload 2 2 8" ...
 static std::string worded(const Event& event) {
-  const jclass_t& c = *dynamic_cast<const ClassEvent&>(event).classData;
+  const auto* const ofClass = dynamic_cast<const ClassEvent*>(&event);
+  if (!ofClass) return "another";
+  const jclass_t& c = *ofClass->classData;
   const bool load = event.getSubType() == Event::LOAD;
   std::string words = (load ? "load " : "unload ") + std::to_string(c.sequenceID) + ' ' +
                       (load ? c.class_name : number(c.class_id));
