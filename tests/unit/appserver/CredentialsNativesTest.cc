@@ -52,21 +52,6 @@ TEST_F(CredentialsNatives, WhatIsWrittenIsRead) {
   EXPECT_TRUE(log.messages().empty());
 }
 
-TEST_F(CredentialsNatives, WhatIsRefused) {
-  generate(nullptr, s("p"), s(path));
-  generate(s("u"), nullptr, s(path));
-  generate(s("u"), s("p"), nullptr);
-  generate(s("u"), s(std::string(1'000'000, 'p')), s(path));
-  EXPECT_EQ(log.messages(), (std::vector<std::string>{"1029", "1029", "1029", "1036 1000"}));
-  EXPECT_FALSE(std::filesystem::exists(path));
-
-  generate(s("ann"), s("secret"), s(path));
-  EXPECT_EQ(user(s("word"), s(path)), "null");
-  EXPECT_EQ(password(nullptr, s(path)), "null");
-  EXPECT_EQ(password(s(kWord), nullptr), "null");
-  EXPECT_EQ(password(s(kWord), s(path + std::string(5000, 'x'))), "null");
-}
-
 TEST_F(CredentialsNatives, BytesThatAreNoText) {
   const std::pair<std::string, std::string> cases[] = {
       {"a\xFFz", "a\xEF\xBF\xBDz"},

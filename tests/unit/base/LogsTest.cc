@@ -61,17 +61,6 @@ TEST(ProbeLog, WritesWhatItsLevelLetsThrough) {
                                       "  WARNING: x ", "  INFO: x "));
 }
 
-TEST(ProbeLog, GoesToStandardOutputWithoutAFile) {
-  const LogHome home;
-  fs::remove_all(home.path("logs"));
-  const std::string said = initialized();
-  EXPECT_THAT(said, HasSubstr("Error: Fail to open LogMessages\n"));
-  EXPECT_THAT(said, HasSubstr("Could not create " + *ProbeLog::getLogFileName() + "\n"));
-  testing::internal::CaptureStdout();
-  ProbeLog::_logInfo("here");
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("  INFO: here \n"));
-}
-
 // A program that the server starts must not hold our log open.
 TEST(ProbeLog, ItsDescriptorIsNotInherited) {
   const LogHome home;

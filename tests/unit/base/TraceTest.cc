@@ -1,6 +1,5 @@
 #include "base/Messages.h"
 #include "base/Trace.h"
-#include "base/VeloraBase.h"
 #include "fake/FakeToolkit.h"
 #include "unit/Test.h"
 
@@ -98,19 +97,4 @@ TEST(Messages, GoToTheLoggerWithNumberAndSeverity) {
 
 TEST(Messages, AreSortedForTheCatalogue) {
   EXPECT_TRUE(std::ranges::is_sorted(kMessages, {}, &MessageRow::number));
-}
-
-TEST(VeloraBase, LogsUnderItsName) {
-  FakeToolkit toolkit;
-  const VeloraBase some("Some");
-  toolkit.setTraceLevel(kTraceMin);
-  some._log("f.cc", 12, "100%s");
-  some._logDebug("f.cc", 13, "not at this level");
-  some._logInfo("f.cc", 14, nullptr);
-  some._logWarn("f.cc", 15, "w");
-  some._logError("f.cc", 16, "e");
-  std::vector<std::string> seen;
-  for (const auto& line : toolkit.lines()) seen.push_back(line.call + line.text);
-  EXPECT_THAT(seen, ElementsAre("DebugMin[Some (f.cc@12)] 100%s \n", "Info[Some (f.cc@14)]  \n",
-                                "Warn[Some (f.cc@15)] w \n", "Error[Some (f.cc@16)] e \n"));
 }

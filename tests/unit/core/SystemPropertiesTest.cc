@@ -60,15 +60,10 @@ class SystemProperties : public testing::Test {
 TEST_F(SystemProperties, DefaultsAndFigures) {
   FakeClass& cls = defineProbeSystem(jvm);
   ASSERT_TRUE(initialize(cls));
-  EXPECT_STREQ(systemSettings.veloraHome, "/opt/v");
   EXPECT_STREQ(systemSettings.adminServerName, "admin");
   EXPECT_STREQ(systemSettings.appServerName, "server");
   EXPECT_EQ(systemSettings.methodHashSize, 55511);
-  EXPECT_EQ(systemSettings.publishFrequency, 2000);
-  EXPECT_EQ(systemSettings.eventPacketSize, 5000);
-  EXPECT_EQ(systemSettings.eventQueueSizeLimit, 5000);
   EXPECT_EQ(systemSettings.psRetryFrequency, 5000);
-  EXPECT_EQ(systemSettings.wakeupQueueLength, 500);
   EXPECT_EQ(systemSettings.probeStdout, nullptr);
   EXPECT_STREQ(systemSettings.jvmVersion, "17.0.9");
   EXPECT_STREQ(AgentState::componentId(), "cell.n1.s1");

@@ -100,17 +100,14 @@ TEST_F(Memory, SettingsOutsideTheirBoundsAreMovedInside) {
   };
   const Case cases[] = {
       {Setting::eventPublishFrequency, "0", 10},
-      {Setting::eventPublishFrequency, "-1", 10},
       {Setting::eventPublishFrequency, "99999999999", 600'000},
       {Setting::eventPublishFrequency, "750", 750},
       {Setting::eventQueueLimit, "0", 1},
       {Setting::eventPacketSize, "0", 1},
       {Setting::eventPacketSize, "2147483647", 65'536},
       {Setting::eventPoolSize, "0", 1},
-      {Setting::eventPoolSize, "nonsense", 1},
       {Setting::networkPoolSize, "1000000", 64},
       {Setting::networkPublishFrequency, "0", 1},
-      {Setting::networkBufferLimit, "-3", 1},
       {Setting::socketTimeout, "-7", -1},
       {Setting::socketPort, "70000", 65'535},
       {Setting::sqlLimit, "0", 1},

@@ -165,21 +165,3 @@ TEST_F(Queries, AClassThatLacksTheMethodIsEnteredOnce) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(stack(worker({0x99}).id(), 2), Texts{});
   EXPECT_EQ(asked, 1);
 }
-
-TEST_F(Queries, TokenOfTheCallersRequest) {
-  const auto token = [&] {
-    const LocalRef<jbyteArray> bytes(env, ThreadQueries::getNativeGpsToken(env));
-    jbyte read[4] = {1, 1, 1, 1};
-    env->GetByteArrayRegion(bytes, 0, 4, read);
-    return std::vector<int>(read, read + 4);
-  };
-  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no request yet";
-  ThreadData* own = thread(env);
-  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0}));
-  own->gpsToken_ = std::make_unique<jbyte[]>(4);
-  std::copy_n("\x50\x00\x03\xE8", 4, own->gpsToken_.get());
-  EXPECT_EQ(token(), (std::vector<int>{0x50, 0, 3, -24}));
-  MemoryMonitor::uLimitReached_ = true;
-  EXPECT_EQ(token(), (std::vector<int>{0, 0, 0, 0})) << "no later call may carry it";
-  MemoryMonitor::uLimitReached_ = false;
-}

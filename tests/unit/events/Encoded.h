@@ -5,7 +5,7 @@
 #include "fake/Bytes.h"
 #include "unit/Test.h"
 
-// Records as byte strings, and what the protocol's page says they are.
+// Records as byte strings.
 
 inline std::string hex(std::string_view text) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
@@ -30,26 +30,4 @@ std::string written(Write write, std::size_t room = 400'000) {
 
 inline std::string encoded(Event& e) {
   return written([&](char** cursor) { EXPECT_EQ(e.addToBuffer(cursor), 1); });
-}
-
-// The examples of docs/PROTOCOL.md by their record names: hexadecimal lines, then one of JSON.
-inline std::map<std::string, std::string> documentedRecords() {
-  std::ifstream page(VELORA_PROTOCOL_PAGE);
-  std::map<std::string, std::string> records;
-  std::string digits;
-  bool inBlock = false;
-  for (std::string line; std::getline(page, line);) {
-    if (line.starts_with("```")) {
-      inBlock = line == "```record";
-      digits.clear();
-    } else if (inBlock && line.starts_with('{')) {
-      const std::string_view key = "\"record\": \"";
-      const std::size_t name = line.find(key) + key.size();
-      records[line.substr(name, line.find('"', name) - name)] = bytes(digits);
-      digits.clear();
-    } else if (inBlock) {
-      digits += line;
-    }
-  }
-  return records;
 }

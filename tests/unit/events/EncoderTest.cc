@@ -10,6 +10,28 @@
 // The part of a START with depth 0 that all tests here skip: thread, depth, clock, CPU time.
 constexpr const char* kNoThread = "00000000 00 00000000 00000000 0000000000000000";
 
+// The examples of docs/PROTOCOL.md by their record names: hexadecimal lines, then one of JSON.
+static std::map<std::string, std::string> documentedRecords() {
+  std::ifstream page(VELORA_PROTOCOL_PAGE);
+  std::map<std::string, std::string> records;
+  std::string digits;
+  bool inBlock = false;
+  for (std::string line; std::getline(page, line);) {
+    if (line.starts_with("```")) {
+      inBlock = line == "```record";
+      digits.clear();
+    } else if (inBlock && line.starts_with('{')) {
+      const std::string_view key = "\"record\": \"";
+      const std::size_t name = line.find(key) + key.size();
+      records[line.substr(name, line.find('"', name) - name)] = bytes(digits);
+      digits.clear();
+    } else if (inBlock) {
+      digits += line;
+    }
+  }
+  return records;
+}
+
 class Encoder : public testing::Test {
  protected:
   void SetUp() override {

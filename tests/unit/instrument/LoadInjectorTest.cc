@@ -93,22 +93,18 @@ TEST(LoadInjector, NamesThatTheClassDoesNotHaveAreWrittenAsZero) {
 }
 
 TEST(LoadInjector, ClassesThatAreLeftAlone) {
-  EXPECT_EQ(rewritten({}, defineClassMethod("p/Loader", "java/lang/Object")).size(), 0U);
-  EXPECT_EQ(rewritten({}, defineClassMethod("p/Loader", "java/lang/ClassLoader", "()V")).size(),
-            0U);
-  EXPECT_EQ(rewritten({}, defineClassMethod("p/Loader", "java/lang/ClassLoader", kDefineClass,
-                                            "defineClass0"))
-                .size(),
-            0U);
-  LoaderClass codeless;
-  codeless.code = utf8("Cod_");
-  EXPECT_EQ(rewritten(codeless, defineClassMethod()).size(), 0U);
-  LoaderClass interfaceCall;
-  interfaceCall.calls = "0B 0004 0007";
-  EXPECT_EQ(rewritten(interfaceCall, defineClassMethod()).size(), 0U);
+  constexpr const char* kLoader = "java/lang/ClassLoader";
   auto nameless = defineClassMethod();
   nameless.methodName = nullptr;
-  EXPECT_EQ(rewritten({}, nameless).size(), 0U);
+  const std::pair<LoaderClass, DefineClassMethod> cases[] = {
+      {{}, defineClassMethod("p/Loader", "java/lang/Object")},
+      {{}, defineClassMethod("p/Loader", kLoader, "()V")},
+      {{}, defineClassMethod("p/Loader", kLoader, kDefineClass, "defineClass0")},
+      {{}, nameless},
+      {{.code = utf8("Cod_")}, defineClassMethod()},
+      {{.calls = "0B 0004 0007"}, defineClassMethod()},  // of an interface
+  };
+  for (const auto& [cls, method] : cases) EXPECT_EQ(rewritten(cls, method).size(), 0U);
 }
 
 static std::vector<BYTE> withPool(std::size_t count) {
@@ -193,18 +189,15 @@ TEST(LoadInjector, AStaticMethodGetsAStaticWrapper) {
 
 TEST(LoadInjector, OnlyTheClassThatIsMeant) {
   const auto data = LoaderClass().make();
-  struct Case {
-    const char* from;
-    bool rewritten;
-  };
-  for (const auto& [from, expected] : {Case{"p/Loader", true}, Case{"p/Loade", false},
-                                       Case{"p/LoaderX", false}, Case{"", false}}) {
+  auto used = defineClassMethod("p/Loader");
+  used.instrumented = 1;
+  const std::pair<DefineClassMethod, bool> cases[] = {{defineClassMethod("p/Loader"), true},
+                                                      {defineClassMethod("p/Loade"), false},
+                                                      {defineClassMethod("p/LoaderX"), false},
+                                                      {used, false}};
+  for (auto [method, expected] : cases) {
     WorkingClass work(data, *readClassLayout(data));
-    EXPECT_EQ(instrumentLoader(defineClassMethod(from), work), expected) << from;
+    EXPECT_EQ(instrumentLoader(method, work), expected) << method.fromClassName;
     EXPECT_EQ(work.changed(), expected);
-    auto used = defineClassMethod("p/Loader");
-    used.instrumented = 1;
-    WorkingClass again(data, *readClassLayout(data));
-    EXPECT_FALSE(instrumentLoader(used, again));
   }
 }

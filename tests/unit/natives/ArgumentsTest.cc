@@ -69,6 +69,12 @@ TEST_F(Arguments, TokenOfTheInvocationIsReadBackAsItIsSent) {
     EXPECT_EQ(std::string(jvm.objectOf(token)->bytes.begin(), jvm.objectOf(token)->bytes.end()),
               std::string(sent->request_name.get(), 4));
     e->DeleteLocalRef(token);
+    MemoryMonitor::uLimitReached_ = true;
+    token = readBack(e, nullptr);
+    EXPECT_EQ(jvm.objectOf(token)->bytes, std::vector<char>(4)) << "no later call may carry it";
+    MemoryMonitor::uLimitReached_ = false;
+    e->DeleteLocalRef(token);
+    next<DroppedEvent>();
   }
 }
 

@@ -1,6 +1,5 @@
 // What each operation of the request API copies, cuts, weighs and counts.
 #include "appserver/Reports.h"
-#include "delivery/SizeSample.h"
 #include "events/EventUtils.h"
 #include "events/layouts/Requests.h"
 
@@ -12,36 +11,28 @@ class Requests : public Reports {
 };
 
 TEST_F(Requests, HttpFinishAndError) {
-  struct Close {
-    const char* why;
-    bool error;
-    const char* name;
-    int depth, depthAfter, reported;  // reported 0: no event
+  const std::tuple<const char*, int, int, int> cases[] = {
+      // its name, the depth before and after, and that of the event; 0: there is none
+      {"n", 3, 2, 3},
+      {nullptr, 1, 0, 1},
+      {"JSP_CANCEL_REQUEST", 3, 0, 1},
+      {"JSP_CANCEL_REQUES?", 3, 2, 3},
+      {"n", 0, 0, 0},
   };
-  const Close cases[] = {
-      {"finish", false, "n", 3, 2, 3},
-      {"finish of no name", false, nullptr, 1, 0, 1},
-      {"cancel closes all", false, "JSP_CANCEL_REQUEST", 3, 0, 1},
-      {"a name as long as that", false, "JSP_CANCEL_REQUES?", 3, 2, 3},
-      {"finish without start", false, "n", 0, 0, 0},
-      {"error", true, "n", 2, 1, 2},
-      {"error that cancels", true, "JSP_CANCEL_REQUEST", 3, 0, 1},
-      {"error without start", true, "n", 0, 0, 0},
-  };
-  for (const Close& c : cases) {
-    SCOPED_TRACE(c.why);
-    thread().servletDepth_ = c.depth;
-    const jstring name = c.name ? s(c.name) : nullptr;
-    const bool queued = c.error ? EventUtils::errorHttpRequest(env(), name, s("app"), s("err"))
-                                : EventUtils::endHttpRequest(env(), name);
-    EXPECT_EQ(thread().servletDepth_, c.depthAfter);
-    EXPECT_EQ(queued, c.reported > 0);
-    if (!c.reported) continue;
-    const auto e = next<ServletEvent>();
-    EXPECT_EQ(e->getSubType(), c.error ? Event::ERRORS : Event::END);
-    EXPECT_EQ(e->servletDepth, c.reported);
-    EXPECT_EQ(e->url ? e->url.get() : "none"s, c.error ? "err" : "none");
-  }
+  for (const bool error : {false, true})
+    for (const auto& [name, depth, after, reported] : cases) {
+      thread().servletDepth_ = depth;
+      const jstring text = name ? s(name) : nullptr;
+      const bool queued = error ? EventUtils::errorHttpRequest(env(), text, s("app"), s("err"))
+                                : EventUtils::endHttpRequest(env(), text);
+      EXPECT_EQ(thread().servletDepth_, after);
+      EXPECT_EQ(queued, reported > 0);
+      if (!reported) continue;
+      const auto e = next<ServletEvent>();
+      EXPECT_EQ(e->getSubType(), error ? Event::ERRORS : Event::END);
+      EXPECT_EQ(e->servletDepth, reported);
+      EXPECT_EQ(e->url ? e->url.get() : "none"s, error ? "err" : "none");
+    }
 }
 
 TEST_F(Requests, StatementsAreCutToTheLimitWithTheirTerminator) {
@@ -152,17 +143,4 @@ TEST_F(Requests, EveryEventIsCountedOnce) {
   EXPECT_EQ(counted.created, 3u);
   EXPECT_EQ(counted.of(LossCause::noThread), 1u);
   EXPECT_EQ(counted.queued(), 0u);
-}
-
-TEST(SizeSample, MeanOfTheFirstOnes) {
-  SizeSample sample(2);
-  EXPECT_EQ(sample.weigh(48), 48);
-  sample.add(100);
-  EXPECT_FALSE(sample.complete());
-  sample.add(201);
-  EXPECT_TRUE(sample.complete());
-  EXPECT_EQ(sample.weigh(48), 48 + 150);
-  SizeSample large(1);
-  large.add(65'535);
-  EXPECT_EQ(large.weigh(48), 32'767);
 }
