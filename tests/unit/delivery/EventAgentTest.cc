@@ -36,19 +36,6 @@ class Agents : public Delivery {
   std::unique_ptr<EventAgent> agent;
 };
 
-TEST_F(Agents, DrainsItsThreadsBehindOneHeader) {
-  start();
-  append(managed(), 3, Event::END);
-  append(managed(), 2, Event::END);
-  agent->runCycle();
-  ASSERT_EQ(sink.packets.size(), 1u);
-  const std::string& bytes = sink.packets[0].bytes;
-  EXPECT_EQ(bytes.size(), 7u + 5u * 25u);
-  EXPECT_EQ(bytes.substr(0, 7), std::string("\0\0\0\0\5\x7F\x7F", 7));
-  EXPECT_EQ(sink.packets[0].events, 5);
-  EXPECT_EQ(since().sent, 5u);
-}
-
 TEST_F(Agents, RefusedMethodNamesAreAskedForAgain) {
   start();
   FakeListener portal;

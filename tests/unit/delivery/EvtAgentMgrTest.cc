@@ -20,22 +20,6 @@ class Pool : public Delivery {
   static EvtAgentMgr* agents() { return EvtAgentMgr::getInstance(); }
 };
 
-TEST_F(Pool, InitRecordsComeFirstOnAConnection) {
-  start("1");
-  lead(3, [this](int cycle) {
-    if (cycle == 1) agents()->notifySocketStatus();
-    if (cycle == 1) ++sink.connection;
-  });
-  // Cycle 0: init records, then a packet with the sampling rates; cycle 1 anew; cycle 2 empty.
-  ASSERT_EQ(sink.packets.size(), 5u);
-  for (const std::size_t init : {0u, 2u}) {
-    EXPECT_EQ(sink.packets[init].bytes.substr(0, 5), std::string("\0\0\7\xD0\x64", 5));
-    EXPECT_EQ(sink.packets[init].events, 0);
-    EXPECT_GE(sink.packets[init + 1].events, 1);
-  }
-  EXPECT_EQ(sink.packets[4].bytes, "");
-}
-
 TEST_F(Pool, AConnectionRenewedWhileAPacketIsMadeRefusesIt) {
   start("1");
   class Renewing : public FakeSink {

@@ -76,22 +76,6 @@ TEST_F(Memory, EstimateHasAllItsParts) {
   queuedBytes = nullptr;
 }
 
-TEST_F(Memory, OneGapEventForEachEpisode) {
-  startManagers();
-  collecting();
-  JNIEnv* env = newEnv();
-  ThreadData* thr = ThreadMgr::getInstance()->createSpecialEventQueue(env);
-  for (int episode = 1; episode <= 2; ++episode) {
-    MemoryMonitor::uLimitReached_ = true;
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(monitor()->reachedULimit(env));
-    EXPECT_EQ(thr->getEvtQueueSize(), episode);
-    EXPECT_EQ(queued(thr).back()->getType(), Event::DROPPED);
-    MemoryMonitor::uLimitReached_ = false;
-    EXPECT_FALSE(monitor()->reachedULimit(env));
-  }
-  EXPECT_EQ(since().of(LossCause::memory), 6u);
-}
-
 TEST_F(Memory, SettingsOutsideTheirBoundsAreMovedInside) {
   struct Case {
     Setting setting;

@@ -20,23 +20,6 @@ static void* grant(void* old, std::size_t size) {
   return granted-- > 0 ? std::realloc(old, size) : nullptr;
 }
 
-TEST(HeapSummary, LinesAndPercentages) {
-  HeapTotals totals;
-  totals.TotalObjectCount = 8;
-  totals.TotalObjectSize = 3000;
-  totals.PrimitiveArrayCount = 1;
-  totals.PrimitiveArraySize = 2000;
-  totals.ObjectArrayCount = 4;
-  totals.ObjectArraySize = 500;
-  const ClassEntry rows[] = {row("a/Small", 2, 16), row("", 1, 484)};
-  EXPECT_STREQ(Text(heapSummaryText(totals, rows)).get(),
-               "3000,8\n"
-               "a/Small,16,0.5,2,25.0\n"
-               ",484,16.1,1,12.5\n"
-               "primitive[],2000,66.7,1,12.5\n"
-               "object[],500,16.7,4,50.0\n");
-}
-
 TEST(HeapSummary, MoreThanFourGigabytes) {
   HeapTotals totals;
   totals.TotalObjectCount = totals.PrimitiveArrayCount = 1;

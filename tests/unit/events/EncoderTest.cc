@@ -228,12 +228,6 @@ TEST_F(Encoder, MethodNamesGoOutOncePerStream) {
   EXPECT_EQ(ProtocolVisitor::recordSize(end), static_cast<int>(encoded(end).size()));
 }
 
-TEST_F(Encoder, LevelIsThatOfTheMomentOfWriting) {
-  JCAEvent e(Event::END);
-  AgentState::setProbeLevel(0x103);
-  EXPECT_EQ(hex(encoded(e)), expected("26", "03 7F7F"));
-}
-
 TEST_F(Encoder, MillisecondsWrapIn32Bits) {
   static_assert(ProtocolVisitor::initMillis(0, 1'999) == 1);
   static_assert(ProtocolVisitor::initMillis(4'294'967, 296'000) == 0);

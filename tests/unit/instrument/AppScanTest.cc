@@ -23,23 +23,6 @@ static std::vector<std::string> namesIn(const std::string& directory, unsigned e
   return names;
 }
 
-static std::optional<ZipEnd> endOf(const std::string& record) {
-  std::array<BYTE, kZipEndSize> bytes{};
-  std::ranges::copy(record, bytes.begin());
-  return zipEnd(bytes);
-}
-
-TEST(ZipDirectory, End) {
-  const auto end = endOf(archiveEnd(0x0201, 0x04030201, 0xFFFFFFFF));
-  ASSERT_TRUE(end);
-  EXPECT_EQ(end->entries, 0x0201u);
-  EXPECT_EQ(end->directorySize, 0x04030201u);
-  EXPECT_EQ(end->directoryOffset, 0xFFFFFFFFu);
-  std::string other = archiveEnd(1, 1, 1);
-  other[3] = 7;
-  EXPECT_FALSE(endOf(other));
-}
-
 TEST(ZipDirectory, Names) {
   const std::string directory =
       archiveEntry("a/A.class") + archiveEntry("b", "extra", "comment") + archiveEntry("");

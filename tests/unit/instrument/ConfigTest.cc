@@ -48,22 +48,6 @@ static std::string textOf(const DefineClassMethod& m) {
   return text;
 }
 
-TEST_F(InstrumentationConfig, Defaults) {
-  ASSERT_TRUE(getConfig(""));
-  ASSERT_EQ(config.filterCount, 11);
-  EXPECT_STREQ(config.filters[0].filterString, "java/");
-  EXPECT_FALSE(config.filters[0].isInclude);
-  EXPECT_EQ(lastFilter(), "+");
-  ASSERT_EQ(config.classLoaderMethodCount, 3);
-  EXPECT_EQ(textOf(config.classLoaderMethods[2]),
-            "java/lang/ClassLoader java/lang/ClassLoader defineClass0(Ljava/lang/String;[BII)"
-            "Ljava/lang/Class; 0 1 2 3 4");
-  ASSERT_EQ(config.proxyMethodCount, 2);
-  EXPECT_EQ(textOf(config.proxyMethods[1]),
-            "java/lang/reflect/Proxy java/lang/reflect/Proxy defineClass0(Ljava/lang/ClassLoader;"
-            "Ljava/lang/String;[BII)Ljava/lang/Class; 0 1 2 3 4");
-}
-
 TEST_F(InstrumentationConfig, Flags) {
   const std::pair<const char*, BOOL Config::*> flags[] = {
       {"instrumentDefineClass", &Config::instrumentDefineClass},
