@@ -91,15 +91,15 @@ void replayClasses(JNIEnv* env) {
   if (jvm.jvmti->GetLoadedClasses(&count, classes.out()) != JVMTI_ERROR_NONE) return;
   expectLocals(env, count);
   for (jint i = 0; i < count; ++i) {
-    const Local klass(env, classes[i]);
+    const LocalRef klass(env, classes[i]);
     if (isPrepared(klass.get())) announceLoad(env, klass.get());
   }
 }
 
 // A new local reference to the class with this id, or null.
 static jclass classOf(JNIEnv* env, jobjectID id) {
-  Local object(env, objectOf(env, id));
-  const Local kind(env, env->FindClass("java/lang/Class"));
+  LocalRef object(env, objectOf(env, id));
+  const LocalRef kind(env, env->FindClass("java/lang/Class"));
   if (!object || !kind || !env->IsInstanceOf(object.get(), kind.get())) return nullptr;
   return static_cast<jclass>(object.release());
 }
@@ -112,7 +112,7 @@ jint requestClassLoad(jobjectID id) {
     ClassRecord* record = reading->describe(id);
     return record && deliverLoad(env, *record, id, type) ? JVMPI_SUCCESS : JVMPI_FAIL;
   }
-  const Local klass(env, classOf(env, id));
+  const LocalRef klass(env, classOf(env, id));
   if (!klass) return JVMPI_FAIL;
   ClassRecord record(klass.get(), ClassRecord::Detail::everything);
   const std::shared_lock undisturbed(readingLock);
@@ -140,7 +140,7 @@ HeapReading* HeapReading::ofThisThread() { return reading; }
 
 ClassRecord* HeapReading::describe(jobjectID id) {
   if (record_ && id == described_) return record_.get();
-  const Local klass(env_, classOf(env_, id));
+  const LocalRef klass(env_, classOf(env_, id));
   if (!klass) return nullptr;
   record_ = std::make_unique<ClassRecord>(klass.get(), unprepared_.contains(tagOf(id))
                                                            ? ClassRecord::Detail::unprepared
@@ -152,7 +152,7 @@ ClassRecord* HeapReading::describe(jobjectID id) {
 jobjectID methodClass(jmethodID method) {
   JNIEnv* env = currentEnv();
   if (!env || !method || !jvm.is(Phase::live)) return nullptr;
-  Local<jclass> klass(env);
+  LocalRef<jclass> klass(env);
   if (jvm.jvmti->GetMethodDeclaringClass(method, klass.out()) != JVMTI_ERROR_NONE) return nullptr;
   return idOf(env, klass.get(), ObjectKind::klass);
 }

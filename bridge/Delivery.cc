@@ -70,12 +70,12 @@ class HeapMeter {
  public:
   explicit HeapMeter(JNIEnv* env) : env_(env) {
     ExceptionFence fence(env);
-    const Local klass(env, env->FindClass("java/lang/Runtime"));
+    const LocalRef klass(env, env->FindClass("java/lang/Runtime"));
     if (!klass) return;
     const jmethodID get =
         env->GetStaticMethodID(klass.get(), "getRuntime", "()Ljava/lang/Runtime;");
     if (!get) return;
-    const Local runtime(env, env->CallStaticObjectMethod(klass.get(), get));
+    const LocalRef runtime(env, env->CallStaticObjectMethod(klass.get(), get));
     if (fence.check() || !runtime) return;
     runtime_ = env->NewGlobalRef(runtime.get());
     total_ = env->GetMethodID(klass.get(), "totalMemory", "()J");

@@ -12,6 +12,8 @@
 #include <ctime>
 #include <memory>
 
+#include "base/FileIo.h"
+
 namespace bridge {
 
 const char* const kLocationFiles[2] = {"/tmp/javacore_locations", "/tmp/dump_locations"};
@@ -22,31 +24,6 @@ constexpr int kCarefully = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
 constexpr mode_t kOwnerOnly = 0600;
 constexpr int kNames = 1000;        // somebody may have taken some
 constexpr off_t kEnough = 1 << 18;  // only the last line of a location file is of use
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
-
-static bool writeAll(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t put = write(fd, text.data(), text.size());
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(put));
-  }
-  return true;
-}
 
 static std::string absolute(const char* directory) {
   const std::unique_ptr<char, decltype(&free)> path(realpath(directory, nullptr), free);
@@ -66,7 +43,7 @@ static std::string nextName() {
 // the final name, and where that is not ours the system refuses.
 static bool writeNamed(int directory, const std::string& name, std::string_view text) {
   const std::string unfinished = '.' + name + ".tmp";
-  const Descriptor file(
+  const UniqueFd file(
       openat(directory, unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | kCarefully, kOwnerOnly));
   if (!file) return false;
   if (writeAll(file.get(), text) &&
@@ -80,7 +57,7 @@ static bool writeNamed(int directory, const std::string& name, std::string_view 
 
 std::string writeDumpFileIn(const char* directory, std::string_view text) {
   std::string path = absolute(directory);
-  const Descriptor opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const UniqueFd opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (path.empty() || !opened) return {};
   for (int attempt = 0; attempt < kNames; ++attempt) {
     const std::string name = nextName();
@@ -102,7 +79,7 @@ std::string writeDumpFile(std::string_view text) {
 
 bool appendLocation(const char* locationFile, std::string_view path) {
   if (path.find('\n') != path.npos) return false;
-  const Descriptor file(open(locationFile, O_WRONLY | O_APPEND | O_CREAT | kCarefully, kOwnerOnly));
+  const UniqueFd file(open(locationFile, O_WRONLY | O_APPEND | O_CREAT | kCarefully, kOwnerOnly));
   struct stat status;
   if (!file || fstat(file.get(), &status) != 0) return false;
   if (!S_ISREG(status.st_mode) || status.st_uid != geteuid() || status.st_nlink != 1) return false;

@@ -51,7 +51,7 @@ static std::string place(const jvmtiFrameInfo& frame, jclass type) {
 }
 
 std::string FrameTexts::written(const jvmtiFrameInfo& frame) const {
-  Local<jclass> type(env_);
+  LocalRef<jclass> type(env_);
   if (jvm.jvmti->GetMethodDeclaringClass(frame.method, type.out()) != JVMTI_ERROR_NONE)
     return "unknown.unknown(Unknown Source)";  // its class was unloaded meanwhile
   JvmtiPtr<char> method;
@@ -72,7 +72,7 @@ const std::string& FrameTexts::frame(const jvmtiFrameInfo& frame) {
 std::string FrameTexts::object(jobject object) const {
   jint hash = 0;
   jvm.jvmti->GetObjectHashCode(object, &hash);
-  const Local<jclass> type(env_, env_->GetObjectClass(object));
+  const LocalRef<jclass> type(env_, env_->GetObjectClass(object));
   std::string name = typeName(type.get());
   for (char& c : name)  // a blank could make "at " of it, which marks a frame
     if (static_cast<unsigned char>(c) <= ' ') c = '?';

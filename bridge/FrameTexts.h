@@ -46,7 +46,7 @@ class JavaThreadIds {
 
  private:
   JNIEnv* env_;
-  Local<jclass> type_;
+  LocalRef<jclass> type_;
   jmethodID getId_ = nullptr;
 };
 

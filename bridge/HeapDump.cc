@@ -150,7 +150,7 @@ class SparseMemory {
 
 // Instances of java.lang.Class have a record as classes; arrays' and primitive types' have none.
 static void dropClassObjects(JNIEnv* env, HeapCensus& census) {
-  const Local kind(env, env->FindClass("java/lang/Class"));
+  const LocalRef kind(env, env->FindClass("java/lang/Class"));
   const jlong tag = tagOf(idOf(env, kind.get(), ObjectKind::klass));
   std::erase_if(census.groups, [tag](const ObjectGroup& group) { return group.classTag == tag; });
 }

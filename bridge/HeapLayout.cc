@@ -44,18 +44,18 @@ static void readInterfaces(JNIEnv* env, jclass klass, ClassLayout& layout) {
   if (jvm.jvmti->GetImplementedInterfaces(klass, &count, interfaces.out()) != JVMTI_ERROR_NONE)
     return;
   for (jint i = 0; i < count; ++i) {
-    const Local interface(env, interfaces[i]);
+    const LocalRef interface(env, interfaces[i]);
     layout.interfaces.push_back(tagOf(idOf(env, interface.get(), ObjectKind::klass)));
   }
 }
 
 static jlong elementTagOf(JNIEnv* env, jclass array) {
   ExceptionFence fence(env);
-  const Local kind(env, env->FindClass("java/lang/Class"));
+  const LocalRef kind(env, env->FindClass("java/lang/Class"));
   const jmethodID get =
       kind ? env->GetMethodID(kind.get(), "getComponentType", "()Ljava/lang/Class;") : nullptr;
   if (!get) return 0;
-  const Local element(env, env->CallObjectMethod(array, get));
+  const LocalRef element(env, env->CallObjectMethod(array, get));
   return fence.check() ? 0 : tagOf(idOf(env, element.get(), ObjectKind::klass));
 }
 
@@ -71,7 +71,7 @@ static ClassLayout layoutOf(JNIEnv* env, jclass klass) {
     if (ofObjects) layout.elementTag = elementTagOf(env, klass);
     return layout;
   }
-  const Local superclass(env, env->GetSuperclass(klass));
+  const LocalRef superclass(env, env->GetSuperclass(klass));
   layout.superclass = tagOf(idOf(env, superclass.get(), ObjectKind::klass));
   layout.prepared = isPrepared(klass);
   if (!layout.prepared) return layout;

@@ -28,11 +28,11 @@ void addBootJar() {
 }
 
 static bool callStarter(JNIEnv* env) {
-  const Local klass(env, env->FindClass(kStarter));
+  const LocalRef klass(env, env->FindClass(kStarter));
   if (!klass) return false;
   const jmethodID start = env->GetStaticMethodID(klass.get(), "start", "(Ljava/lang/String;)V");
   if (!start) return false;
-  const Local directory(env, env->NewStringUTF(libraryDirectory().c_str()));
+  const LocalRef directory(env, env->NewStringUTF(libraryDirectory().c_str()));
   if (!directory) return false;
   env->CallStaticVoidMethod(klass.get(), start, directory.get());
   return !env->ExceptionCheck();

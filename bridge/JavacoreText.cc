@@ -94,8 +94,8 @@ class JavacoreWriter {
   void header(const jvmtiStackInfo& info, const KnownAs& known) {
     jvmtiThreadInfo about{};
     jvm.jvmti->GetThreadInfo(info.thread, &about);
-    const Local group(env_, about.thread_group);
-    const Local loader(env_, about.context_class_loader);
+    const LocalRef group(env_, about.thread_group);
+    const LocalRef loader(env_, about.context_class_loader);
     out_ += '"';
     out_ += nameInHeader(about.name);
     jvm.jvmti->Deallocate(reinterpret_cast<unsigned char*>(about.name));
@@ -112,7 +112,7 @@ class JavacoreWriter {
     constexpr jint kBlocked =
         JVMTI_THREAD_STATE_BLOCKED_ON_MONITOR_ENTER | JVMTI_THREAD_STATE_IN_OBJECT_WAIT;
     if (!(info.state & kBlocked)) return;
-    Local<jobject> monitor(env_);
+    LocalRef<jobject> monitor(env_);
     if (jvm.jvmti->GetCurrentContendedMonitor(info.thread, monitor.out()) == JVMTI_ERROR_NONE &&
         monitor)
       out_ += " waiting for " + texts_.object(monitor.get());
@@ -144,7 +144,7 @@ class JavacoreWriter {
       return {};
     std::vector<HeldMonitor> monitors;
     for (jint i = 0; i < count; ++i) {
-      const Local monitor(env_, held[i].monitor);
+      const LocalRef monitor(env_, held[i].monitor);
       const jint depth = held[i].stack_depth;
       if (depth < 0 || static_cast<std::size_t>(depth) >= frames.size()) continue;
       jvmtiFrameInfo now{};
@@ -191,7 +191,7 @@ std::string javacoreText(JNIEnv* env) {
   writer.heading(count);
   const auto known = whoTheyAre(env, all);
   for (std::size_t i = 0; i < all.size(); ++i) {
-    const Local thread(env, all[i].thread);
+    const LocalRef thread(env, all[i].thread);
     writer.thread(all[i], known[i]);
   }
   return writer.finished();

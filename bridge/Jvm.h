@@ -6,6 +6,8 @@
 #include <atomic>
 #include <utility>
 
+#include "base/LocalRef.h"
+
 // What every file of the bridge needs of the JVM it sits in.
 namespace bridge {
 
@@ -50,27 +52,6 @@ class JvmtiPtr {
 
  private:
   T* ptr_ = nullptr;
-};
-
-// A local reference deleted at the end of its scope: the delivery thread never returns to Java,
-// and walks over all classes would fill the frame of any thread.
-template <class T = jobject>
-class Local {
- public:
-  explicit Local(JNIEnv* env, T ref = nullptr) : env_(env), ref_(ref) {}
-  Local(const Local&) = delete;
-  Local& operator=(const Local&) = delete;
-  ~Local() {
-    if (ref_) env_->DeleteLocalRef(ref_);
-  }
-  T* out() { return &ref_; }
-  T get() const { return ref_; }
-  T release() { return std::exchange(ref_, nullptr); }  // the caller's from here
-  explicit operator bool() const { return ref_ != nullptr; }
-
- private:
-  JNIEnv* env_;
-  T ref_;
 };
 
 // Announces local references that JVMTI handed out in bulk and those that work on each makes:

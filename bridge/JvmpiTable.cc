@@ -38,7 +38,7 @@ static jobject objectOfId(jobjectID id) { return objectOf(currentEnv(), id); }
 static jobjectID idOfObject(jobject object) {
   JNIEnv* env = currentEnv();
   if (!env || !object) return nullptr;
-  const Local klass(env, env->FindClass("java/lang/Class"));
+  const LocalRef klass(env, env->FindClass("java/lang/Class"));
   const bool isClass = klass && env->IsInstanceOf(object, klass.get());
   return idOf(env, object, isClass ? ObjectKind::klass : ObjectKind::plain);
 }

@@ -6,10 +6,10 @@ namespace bridge {
 
 // A thread object that no loader and no thread group of the caller's hangs on.
 static jthread newThread(JNIEnv* env, const char* name) {
-  const Local klass(env, env->FindClass("java/lang/Thread"));
+  const LocalRef klass(env, env->FindClass("java/lang/Thread"));
   if (!klass) return nullptr;
   const jmethodID make = env->GetMethodID(klass.get(), "<init>", "(Ljava/lang/String;)V");
-  const Local text(env, make ? env->NewStringUTF(name) : nullptr);
+  const LocalRef text(env, make ? env->NewStringUTF(name) : nullptr);
   if (!text) return nullptr;
   jthread thread = env->NewObject(klass.get(), make, text.get());
   if (!thread || env->ExceptionCheck()) return nullptr;
@@ -22,7 +22,7 @@ static jthread newThread(JNIEnv* env, const char* name) {
 static bool start(JNIEnv* env, const char* name, jint priority, jvmtiStartFunction run,
                   const void* argument, void (*before)(JNIEnv*, jthread)) {
   const ExceptionFence fence(env);
-  const Local thread(env, newThread(env, name));
+  const LocalRef thread(env, newThread(env, name));
   if (!thread || env->ExceptionCheck()) return false;
   if (before) before(env, thread.get());
   return jvm.jvmti->RunAgentThread(thread.get(), run, argument, priority) == JVMTI_ERROR_NONE;

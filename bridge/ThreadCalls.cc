@@ -46,7 +46,7 @@ void callTrace(JVMPI_CallTrace* trace, jint depth) {
   if (!canAskJvm(env) || !trace->env_id || !trace->frames || depth <= 0) return;
   // A null reference means the calling thread, which may be a virtual one on this env.
   const bool own = trace->env_id == env;
-  const Local thread(env, own ? nullptr : threadOf(env, trace->env_id));
+  const LocalRef thread(env, own ? nullptr : threadOf(env, trace->env_id));
   if (!own && !thread) return;
   std::vector<jvmtiFrameInfo> frames(std::min(depth, kDeepestTrace));
   jint count = 0;
@@ -78,7 +78,7 @@ static jint stateOf(jthread thread) {
 jint threadStatus(JNIEnv* threadEnv) {
   JNIEnv* env = currentEnv();
   if (!canAskJvm(env) || !threadEnv) return 0;
-  const Local thread(env, threadOf(env, threadEnv));
+  const LocalRef thread(env, threadOf(env, threadEnv));
   return thread ? statusOfState(stateOf(thread.get())) : 0;
 }
 
@@ -89,21 +89,21 @@ jboolean threadHasRun(JNIEnv* threadEnv) { return threadStatus(threadEnv) != 0; 
 void suspendThread(JNIEnv* threadEnv) {
   JNIEnv* env = currentEnv();
   if (!canAskJvm(env) || threadEnv == env) return;
-  const Local thread(env, threadOf(env, threadEnv));
+  const LocalRef thread(env, threadOf(env, threadEnv));
   if (thread) jvm.jvmti->SuspendThread(thread.get());
 }
 
 void resumeThread(JNIEnv* threadEnv) {
   JNIEnv* env = currentEnv();
   if (!canAskJvm(env)) return;
-  const Local thread(env, threadOf(env, threadEnv));
+  const LocalRef thread(env, threadOf(env, threadEnv));
   if (thread) jvm.jvmti->ResumeThread(thread.get());
 }
 
 jobjectID threadObject(JNIEnv* threadEnv) {
   JNIEnv* env = currentEnv();
   if (!canAskJvm(env) || !threadEnv) return nullptr;
-  const Local thread(env, threadOf(env, threadEnv));
+  const LocalRef thread(env, threadOf(env, threadEnv));
   return idOf(env, thread.get());
 }
 

@@ -24,18 +24,18 @@ static ThreadNames namesOf(JNIEnv* env, jthread thread) {
   jvmtiThreadInfo info{};
   if (jvm.jvmti->GetThreadInfo(thread, &info) != JVMTI_ERROR_NONE) return names;
   names.thread = takeText(info.name);
-  const Local loader(env, info.context_class_loader);
-  const Local group(env, info.thread_group);
+  const LocalRef loader(env, info.context_class_loader);
+  const LocalRef group(env, info.thread_group);
   jvmtiThreadGroupInfo groupInfo{};
   if (!group || jvm.jvmti->GetThreadGroupInfo(group.get(), &groupInfo) != JVMTI_ERROR_NONE)
     return names;
   names.group = takeText(groupInfo.name);
-  const Local parent(env, groupInfo.parent);
+  const LocalRef parent(env, groupInfo.parent);
   jvmtiThreadGroupInfo parentInfo{};
   if (!parent || jvm.jvmti->GetThreadGroupInfo(parent.get(), &parentInfo) != JVMTI_ERROR_NONE)
     return names;
   names.parent = takeText(parentInfo.name);
-  const Local grandparent(env, parentInfo.parent);
+  const LocalRef grandparent(env, parentInfo.parent);
   return names;
 }
 
@@ -93,7 +93,7 @@ void replayThreads(JNIEnv* env) {
 
 jint requestThreadStart(jobjectID id) {
   JNIEnv* env = currentEnv();
-  const Local thread(env, objectOf(env, id));
+  const LocalRef thread(env, objectOf(env, id));
   JNIEnv* threadEnv = thread ? envOfThread(env, thread.get()) : nullptr;
   if (!threadEnv) return JVMPI_FAIL;
   const jint type = JVMPI_EVENT_THREAD_START | JVMPI_REQUESTED_EVENT;

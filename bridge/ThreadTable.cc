@@ -75,7 +75,7 @@ std::vector<KnownAs> knownAs(JNIEnv* env, std::span<const jthread> threads) {
   for (std::size_t i = 0; i < threads.size(); ++i) indexOf.emplace(hashOf(threads[i]), i);
   const std::lock_guard guard(tableLock);
   for (const auto& [threadEnv, known] : table()) {
-    const Local thread(env, known.reference ? env->NewLocalRef(known.reference) : nullptr);
+    const LocalRef thread(env, known.reference ? env->NewLocalRef(known.reference) : nullptr);
     if (!thread) continue;
     const auto [first, last] = indexOf.equal_range(hashOf(thread.get()));
     for (auto candidate = first; candidate != last; ++candidate)
@@ -103,14 +103,14 @@ class EnvFinder {
  public:
   explicit EnvFinder(JNIEnv* env) : env_(env) {
     const ExceptionFence fence(env);
-    const Local klass(env, env->FindClass("java/lang/Thread"));
+    const LocalRef klass(env, env->FindClass("java/lang/Thread"));
     if (!klass) return;
     field_ = env->GetFieldID(klass.get(), "eetop", "J");
     if (!field_) {
       env->ExceptionClear();  // another JVM: only threads that start from now on are known
       return;
     }
-    Local<jthread> self(env);
+    LocalRef<jthread> self(env);
     if (jvm.jvmti->GetCurrentThread(self.out()) != JVMTI_ERROR_NONE) return;
     const jlong own = env->GetLongField(self.get(), field_);
     if (own != 0) distance_ = static_cast<jlong>(reinterpret_cast<intptr_t>(env)) - own;
@@ -135,7 +135,7 @@ void adoptRunningThreads(JNIEnv* env, void (*seen)(JNIEnv*, JNIEnv*, jthread)) {
   JvmtiPtr<jthread> threads;
   if (jvm.jvmti->GetAllThreads(&count, threads.out()) != JVMTI_ERROR_NONE) return;
   for (jint i = 0; i < count; ++i) {
-    const Local thread(env, threads[i]);
+    const LocalRef thread(env, threads[i]);
     JNIEnv* threadEnv = finder.envOf(thread.get());
     if (!threadEnv) continue;
     addThread(env, threadEnv, thread.get());

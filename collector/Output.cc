@@ -1,24 +1,19 @@
 #include "Output.h"
 
-#include <fcntl.h>
 #include <limits.h>
 #include <poll.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "base/FileIo.h"
+
 namespace collector {
 
 static constexpr std::size_t kFlushSize = 1 << 16;
 static constexpr int kStopGraceMillis = 1000;  // for a stuck reader, once a stop is asked for
-
-static bool isRegularFile(int fd) {
-  struct stat status {};
-  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-}
 
 Output::Output(UniqueFd fd, std::string name, int stopFd)
     : fd_(std::move(fd)),

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Consumer.h"
-#include "UniqueFd.h"
+#include "base/UniqueFd.h"
 
 namespace collector {
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "Files.h"
+#include "base/UniqueFd.h"
 
 namespace doctor {
 

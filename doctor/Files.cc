@@ -1,6 +1,5 @@
 #include "Files.h"
 
-#include <fcntl.h>
 #include <limits.h>
 #include <sys/stat.h>
 
@@ -8,44 +7,19 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/FileIo.h"
+
 namespace doctor {
 
-UniqueFd openRegular(const std::string& path, int& error) {
-  UniqueFd file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  struct stat status;
-  if (!file || fstat(file.get(), &status) != 0) {
-    error = errno;
-    return UniqueFd();
-  }
-  if (S_ISREG(status.st_mode)) return file;
-  error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-  return UniqueFd();
-}
-
-static bool readAll(int fd, std::size_t limit, std::string& text) {
-  char buffer[1 << 14];
-  while (text.size() < limit) {
-    const ssize_t got = read(fd, buffer, std::min(sizeof buffer, limit - text.size()));
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return got == 0;
-    text.append(buffer, static_cast<std::size_t>(got));
-  }
-  return true;
-}
-
 Content readFile(const std::string& path, std::size_t limit) {
-  Content content;
-  const UniqueFd file = openRegular(path, content.error);
-  if (!file) return content;
+  const UniqueFd file = openRegularFile(path.c_str());
+  if (!file) return {std::nullopt, errno};
   struct stat status;
   if (fstat(file.get(), &status) == 0 && status.st_size > static_cast<off_t>(limit))
     lseek(file.get(), -static_cast<off_t>(limit), SEEK_END);
   std::string text;
-  if (readAll(file.get(), limit, text))
-    content.text = std::move(text);
-  else
-    content.error = errno;
-  return content;
+  if (!readAll(file.get(), limit, text)) return {std::nullopt, errno};
+  return {std::move(text), 0};
 }
 
 std::string linkTarget(const std::string& path) {

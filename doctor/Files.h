@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "UniqueFd.h"
-
 // Reading, never writing, and never waiting: what is no regular file counts as unreadable.
 namespace doctor {
 
@@ -16,7 +14,6 @@ struct Content {
 // At most the last `limit` bytes; of a file of /proc, whose size is not told, the first.
 Content readFile(const std::string& path, std::size_t limit = 1 << 20);
 
-UniqueFd openRegular(const std::string& path, int& error);
 std::string linkTarget(const std::string& path);  // empty when it cannot be read
 std::vector<std::string> entriesOf(const std::string& directory);
 

@@ -1,5 +1,6 @@
 // The part of java.util.Properties that finds one value.
 #include "Text.h"
+#include "base/Utf8.h"
 
 namespace doctor {
 
@@ -27,19 +28,6 @@ static std::vector<std::string> logicalLines(std::string_view text) {
     continues = false;
   }
   return found;
-}
-
-static void appendUtf8(std::string& out, unsigned code) {
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += static_cast<char>(0xC0 | code >> 6);
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    out += static_cast<char>(0xE0 | code >> 12);
-    out += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  }
 }
 
 // The four digits behind a backslash and "u"; nothing for anything else.

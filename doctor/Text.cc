@@ -1,6 +1,6 @@
 #include "Text.h"
 
-#include <charconv>
+#include "base/Words.h"
 
 namespace doctor {
 
@@ -24,27 +24,12 @@ std::vector<std::string> splitAtNul(std::string_view text) {
   return {found.begin(), found.end()};
 }
 
-std::vector<std::string_view> fieldsOf(std::string_view line) {
-  std::vector<std::string_view> found;
-  for (std::size_t at = 0; (at = line.find_first_not_of(kBlanks, at)) != line.npos;) {
-    const auto end = std::min(line.find_first_of(kBlanks, at), line.size());
-    found.push_back(line.substr(at, end - at));
-    at = end;
-  }
-  return found;
-}
+std::vector<std::string_view> fieldsOf(std::string_view line) { return wordsOf(line, kBlanks); }
 
-std::string_view trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(kBlanks);
-  return first == text.npos ? std::string_view()
-                            : text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-}
+std::string_view trimmed(std::string_view text) { return ::trimmed(text, kBlanks); }
 
 std::optional<long long> numberIn(std::string_view text, int base) {
-  long long number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
+  return wholeNumber<long long>(text, base);
 }
 
 std::optional<std::string> settingIn(std::string_view text, std::string_view key) {

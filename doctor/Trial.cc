@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "Files.h"
+#include "base/FileIo.h"
 
 namespace doctor {
 
@@ -25,9 +26,8 @@ static constexpr char kUntrusted[] =
     "user";
 
 std::optional<std::string> whyNotTried(const std::string& path) {
-  int error = 0;
-  const UniqueFd file = openRegular(path, error);
-  if (!file) return reasonFor(error);
+  const UniqueFd file = openRegularFile(path.c_str());
+  if (!file) return reasonFor(errno);
   if (!isTrusted(file.get())) return kUntrusted;
   return std::nullopt;
 }
@@ -43,10 +43,9 @@ static std::string inOperatorsWords(std::string text, const std::string& opened,
 // Opened before it is trusted, and loaded through that descriptor: nobody can exchange the file in
 // between. The descriptor stays open, since the loader takes two files of one name for the same.
 static void* load(const std::string& path, std::vector<UniqueFd>& open, std::string& failure) {
-  int error = 0;
-  const UniqueFd& file = open.emplace_back(openRegular(path, error));
+  const UniqueFd& file = open.emplace_back(openRegularFile(path.c_str()));
   if (!file || !isTrusted(file.get())) {
-    failure = file ? kUntrusted : path + ": " + reasonFor(error);
+    failure = file ? kUntrusted : path + ": " + reasonFor(errno);
     return nullptr;
   }
   const std::string opened = "/proc/self/fd/" + std::to_string(file.get());

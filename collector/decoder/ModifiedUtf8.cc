@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "base/Utf8.h"
+
 namespace collector {
 
 using Bytes = std::span<const std::uint8_t>;
@@ -49,34 +51,13 @@ static std::optional<CodeUnit> characterAt(Bytes bytes) {
                   first->length + second->length};
 }
 
-static void append(std::string& out, std::uint32_t value) {
-  const auto tail = [&out, value](int shift) {
-    out += static_cast<char>(0x80 | ((value >> shift) & 0x3F));
-  };
-  if (value < 0x80) {
-    out += static_cast<char>(value);
-  } else if (value < 0x800) {
-    out += static_cast<char>(0xC0 | value >> 6);
-    tail(0);
-  } else if (value < 0x1'0000) {
-    out += static_cast<char>(0xE0 | value >> 12);
-    tail(6);
-    tail(0);
-  } else {
-    out += static_cast<char>(0xF0 | value >> 18);
-    tail(12);
-    tail(6);
-    tail(0);
-  }
-}
-
 PlainText plainText(Bytes modified) {
   PlainText text;
   text.utf8.reserve(modified.size());
   while (!modified.empty()) {
     const auto character = characterAt(modified);
     if (!character) ++text.replaced;
-    append(text.utf8, character ? character->value : 0xFFFD);
+    appendUtf8(text.utf8, character ? character->value : 0xFFFD);
     modified = modified.subspan(character ? character->length : 1);
   }
   return text;

@@ -14,6 +14,7 @@
 #include "Findings.h"
 #include "Options.h"
 #include "Trial.h"
+#include "base/UniqueFd.h"
 #include "support/Scratch.h"
 
 namespace doctor {

@@ -8,22 +8,12 @@
 #include <cstdlib>
 #include <string>
 
-#include "base/UniqueFd.h"
+#include "base/FileIo.h"
 
 static bool mayBeReplaced(const char* path) {
   struct stat status;
   if (lstat(path, &status) != 0) return errno == ENOENT;
   return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
-}
-
-static bool writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t put = write(fd, bytes.data(), bytes.size());
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(put));
-  }
-  return true;
 }
 
 static bool writeParts(UniqueFd file, std::span<const std::string_view> parts) {

@@ -3,8 +3,8 @@
 #include <jni.h>
 
 #include <cstring>
-#include <type_traits>
-#include <utility>
+
+#include "base/LocalRef.h"
 
 // Prints and clears what a call left pending; true when there was something. To be called after
 // every JNI call that can raise: with an exception pending almost any other call is undefined.
@@ -23,32 +23,6 @@ inline bool clearQuietly(JNIEnv* env) {
   env->ExceptionClear();
   return true;
 }
-
-// Owns a local reference. Agent loops never return to Java, so nobody else frees theirs.
-template <class T>
-class LocalRef {
- public:
-  LocalRef(JNIEnv* env, T object) : env_(env), object_(object) {}
-  LocalRef(JNIEnv* env, jobject object) requires(!std::is_same_v<T, jobject>)
-      : env_(env), object_(static_cast<T>(object)) {}
-  LocalRef(LocalRef&& other) noexcept
-      : env_(other.env_), object_(std::exchange(other.object_, nullptr)) {}
-  LocalRef& operator=(LocalRef&& other) noexcept {
-    std::swap(env_, other.env_);
-    std::swap(object_, other.object_);
-    return *this;
-  }
-  ~LocalRef() {
-    if (object_) env_->DeleteLocalRef(object_);
-  }
-  T get() const { return object_; }
-  operator T() const { return object_; }
-  T release() { return std::exchange(object_, nullptr); }  // the caller's from here
-
- private:
-  JNIEnv* env_;
-  T object_;
-};
 
 // False for the class of a primitive type, which is no object's class: asked for its members, the
 // JVM would not raise anything but end.

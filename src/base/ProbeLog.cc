@@ -13,9 +13,9 @@
 #include <sstream>
 #include <vector>
 
+#include "base/FileIo.h"
 #include "base/Identity.h"
 #include "base/Trace.h"
-#include "base/UniqueFd.h"
 #include "base/platform.h"
 
 // What initialize opens and destroy gives up. Writers share the lock, so that no descriptor is
@@ -161,15 +161,6 @@ static std::string timePrefix() {
   if (!asctime_r(&now, text)) return " ";
   if (char* newline = std::strchr(text, '\n')) *newline = ' ';
   return text;
-}
-
-static void writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t put = write(fd, bytes.data(), bytes.size());
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(put));
-  }
 }
 
 void ProbeLog::_logInternal(int level, const char* text) {

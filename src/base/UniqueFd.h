@@ -1,9 +1,7 @@
 #pragma once
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <string>
 #include <utility>
 
 // Owns a file descriptor; -1 is none.
@@ -28,11 +26,3 @@ class UniqueFd {
  private:
   int fd_ = -1;
 };
-
-// The servers that this runs in start programs: none of them inherits a descriptor of ours.
-UniqueFd openToRead(const char* path);
-
-// The first `limit` bytes of a file, fewer where it ends; empty when it is not open or does not
-// open.
-std::string readAll(const UniqueFd& file, std::size_t limit);
-std::string readFile(const char* path, std::size_t limit);

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <ctime>
 
+#include "base/FileIo.h"
 #include "base/ThreadModelSource.h"
 #include "base/Trace.h"
-#include "base/UniqueFd.h"
 #include "base/platform.h"
 #include "base/procText.h"
 

@@ -2,13 +2,9 @@
 
 #include <cstddef>
 
-#include "base/UniqueFd.h"
+#include "base/FileIo.h"
 
 // The few files that the agent reads and writes while the JVM starts: never one that blocks.
-
-// A regular file for reading; nothing for a directory, a FIFO or any other thing that only has a
-// file's name. Never waits for anybody.
-UniqueFd openRegularFile(const char* path);
 
 // Reads until the room is full or the file ends; the number of bytes.
 std::size_t readUpTo(int fd, char* buffer, std::size_t room);

@@ -9,6 +9,7 @@
 #include "base/Jvmpi.h"
 #include "base/Messages.h"
 #include "base/Trace.h"
+#include "base/Words.h"
 #include "core/AgentState.h"
 #include "core/Native.h"
 #include "core/ThreadQueries.h"
@@ -37,8 +38,6 @@ static jclass stringClass(JNIEnv* env) {
   env->DeleteGlobalRef(global);  // another thread was faster
   return before;
 }
-
-static std::string orEmpty(const char* text) { return text ? text : ""; }
 
 // Copies: the entry may be gone as soon as its bucket is unlocked.
 static std::optional<FrameTexts> registeredMethod(jmethodID id) {

@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/Words.h"
+
 // A formatted line for VeloraBase's log methods: _log(__FILE_NAME__, __LINE__, LogText("%d", n)).
 class LogText {
  public:
@@ -17,6 +19,3 @@ class LogText {
  private:
   char text_[512];
 };
-
-// How a text that may be missing shows in a log line.
-inline const char* orEmpty(const char* text) { return text ? text : ""; }

@@ -1,16 +1,13 @@
 #include "delivery/LossReport.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <mutex>
 
+#include "base/FileIo.h"
 #include "base/Identity.h"
 #include "base/Trace.h"
-#include "base/UniqueFd.h"
 #include "base/VeloraBase.h"
 #include "base/platform.h"
 #include "delivery/EvtAgentMgr.h"
@@ -59,8 +56,8 @@ std::string LossReport::counterFileName() {
 static bool writeWhole(const std::string& path, const std::string& text) {
   UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
   if (!fd) return false;
-  const ssize_t written = ::write(fd.get(), text.data(), text.size());
-  return fd.close() == 0 && written == static_cast<ssize_t>(text.size());
+  const bool whole = writeAll(fd.get(), text);
+  return fd.close() == 0 && whole;
 }
 
 // A reader sees the old file or the new one, never a part.

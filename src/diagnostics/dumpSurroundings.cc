@@ -1,28 +1,14 @@
 #include "diagnostics/dumpSurroundings.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "base/Jvmpi.h"
 #include "base/Trace.h"
 #include "jvm/ras.h"
 
-static UniqueFd openRegular(const char* path, int flags, struct stat& status) {
-  UniqueFd file(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags));
-  if (file && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)) return file;
-  return {};
-}
-
-UniqueFd openDumpFile(const char* path) {
-  struct stat status;
-  return openRegular(path, 0, status);
-}
-
 UniqueFd openOwnFile(const char* path) {
   struct stat status;
-  UniqueFd file = openRegular(path, O_NOFOLLOW, status);
-  return file && status.st_uid == geteuid() ? std::move(file) : UniqueFd();
+  UniqueFd file = openRegularFile(path, O_RDONLY | O_NOFOLLOW);
+  const bool own = file && fstat(file.get(), &status) == 0 && status.st_uid == geteuid();
+  return own ? std::move(file) : UniqueFd();
 }
 
 OwnedFile asFile(UniqueFd fd) {

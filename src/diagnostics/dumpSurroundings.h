@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "base/UniqueFd.h"
+#include "base/FileIo.h"
 #include "base/platform.h"
 
 // What surrounds the making and finding of dumps; a test puts its own in its place.
@@ -21,9 +21,6 @@ struct CloseFile {
 };
 using OwnedFile = std::unique_ptr<std::FILE, CloseFile>;
 OwnedFile asFile(UniqueFd fd);  // for reading; null for none
-
-// A regular file for reading; never waits, as a FIFO under the name would make it.
-UniqueFd openDumpFile(const char* path);
 
 // A file that lies where anybody may put one: only when it belongs to this process's user, and is
 // no link.

@@ -103,7 +103,7 @@ static bool isSpared(std::string_view serverVersion) {
 }
 
 static int framesIn(JNIEnv* env, const char* path, ULONG tid, jobjectArray& arry) {
-  const OwnedFile file = asFile(openDumpFile(path));
+  const OwnedFile file = asFile(openRegularFile(path));
   return file ? processJavaCore(env, file.get(), tid, arry) : 0;
 }
 

@@ -19,7 +19,7 @@ long seekToEOF(std::FILE* file) {
 std::FILE* getProbeStdout() {
   VEL_TRACE_AS("threaddump.cc");
   const char* path = systemSettings.probeStdout;
-  return path ? asFile(openDumpFile(path)).release() : nullptr;  // the caller's from here
+  return path ? asFile(openRegularFile(path)).release() : nullptr;  // the caller's from here
 }
 
 long getProbeStdoutOffset() {
@@ -29,7 +29,7 @@ long getProbeStdoutOffset() {
     logError({1088, "Can not get java system property velora.probe.stdout"});
     return -2;
   }
-  const OwnedFile file = asFile(openDumpFile(path));
+  const OwnedFile file = asFile(openRegularFile(path));
   if (!file) {
     logError({1089, "Can not open velora.probe.stdout:%s"}, path);
     return -3;

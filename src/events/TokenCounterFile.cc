@@ -7,10 +7,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+
+#include "base/FileIo.h"
+#include "base/Words.h"
 
 constexpr int kLockWaitMs = 1000;
 constexpr int kLockPauseMs = 2;
@@ -18,11 +20,6 @@ constexpr const char* kNoRegularFile = "is no regular file";
 
 // O_NONBLOCK: a FIFO under the name holds nobody up.
 constexpr int kCarefully = O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
-
-static bool isRegular(int fd) {
-  struct stat status;
-  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-}
 
 TokenCounterFile::TokenCounterFile(const char* path) : path_(path), lock_(openLock()) {}
 
@@ -65,14 +62,7 @@ UniqueFd TokenCounterFile::openLock() {
 
 // One unsigned number that fits 32 bits, white space around it.
 static std::optional<unsigned> numberIn(std::string_view text) {
-  constexpr std::string_view kSpace = " \t\r\n\v\f";
-  const std::size_t begin = text.find_first_not_of(kSpace);
-  if (begin == text.npos) return std::nullopt;
-  text = text.substr(begin, text.find_last_not_of(kSpace) + 1 - begin);
-  unsigned number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
+  return wholeNumber<unsigned>(trimmed(text, " \t\r\n\v\f"));
 }
 
 std::optional<unsigned> TokenCounterFile::read() {
@@ -87,7 +77,7 @@ std::optional<unsigned> TokenCounterFile::read() {
       failsWith(path_, errno);
     return std::nullopt;
   }
-  if (!isRegular(file.get())) {
+  if (!isRegularFile(file.get())) {
     fails(path_, kNoRegularFile);
     return std::nullopt;
   }

@@ -9,9 +9,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/FileIo.h"
 #include "fdc/FileCopy.h"
 #include "text/Complaint.h"
-#include "text/UniqueFd.h"
 
 namespace fs = std::filesystem;
 
@@ -73,7 +73,7 @@ static std::string copyName(std::size_t index, const std::string& file) {
 static void writeSummary(const std::string& directory, const std::string& summary) {
   const UniqueFd file(
       ::open((directory + "/capture.txt").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
-  if (!file || ::write(file.get(), summary.data(), summary.size()) < 0)
+  if (!file || !writeAll(file.get(), summary))
     complain({"cannot write ", directory, "/capture.txt: ", std::strerror(errno)});
 }
 

@@ -8,21 +8,9 @@
 #include <cstring>
 #include <vector>
 
-#include "text/UniqueFd.h"
+#include "base/FileIo.h"
 
 static constexpr std::size_t kChunk = 64 << 10;
-
-// write() until all is written; false with errno set.
-static bool writeAll(int file, const char* data, std::size_t size) {
-  while (size > 0) {
-    const auto written = ::write(file, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
 
 // The file may grow or shrink meanwhile: room bounds what is taken.
 static CopyResult copyBytes(int from, int to, std::int64_t room,
@@ -37,7 +25,7 @@ static CopyResult copyBytes(int from, int to, std::int64_t room,
     const auto wanted = std::min<std::int64_t>(kChunk, room - result.bytes);
     const auto got = ::read(from, chunk.data(), static_cast<std::size_t>(wanted));
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0 || !writeAll(to, chunk.data(), static_cast<std::size_t>(got))) {
+    if (got < 0 || !writeAll(to, {chunk.data(), static_cast<std::size_t>(got)})) {
       result.remark = std::string("cut: ") + std::strerror(errno);
       return result;
     }

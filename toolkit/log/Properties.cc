@@ -3,15 +3,10 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/Words.h"
 #include "jvm/klg.h"
 
 static constexpr std::string_view kBlanks = " \t\r\f";
-
-static std::string_view trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 static bool isKeyCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
@@ -42,11 +37,11 @@ static std::optional<std::string> expanded(std::string_view value, const Variabl
 static std::optional<Property> parseLine(std::string_view line, const Variables& variables) {
   const auto equals = line.find('=');
   if (equals == line.npos || line.find('\0') != line.npos) return std::nullopt;
-  const auto key = trimmed(line.substr(0, equals));
+  const auto key = trimmed(line.substr(0, equals), kBlanks);
   const auto dot = key.rfind('.');
   if (!std::ranges::all_of(key, isKeyCharacter)) return std::nullopt;
   if (dot == key.npos || dot == 0 || dot + 1 == key.size()) return std::nullopt;
-  auto value = expanded(trimmed(line.substr(equals + 1)), variables);
+  auto value = expanded(trimmed(line.substr(equals + 1), kBlanks), variables);
   if (!value) return std::nullopt;
   return Property{0, std::string(key.substr(0, dot)), std::string(key.substr(dot + 1)),
                   std::move(*value)};
@@ -56,7 +51,7 @@ Properties parseProperties(std::string_view text, const Variables& variables) {
   Properties result;
   for (int number = 1; !text.empty(); ++number) {
     const auto end = std::min(text.find('\n'), text.size());
-    const auto line = trimmed(text.substr(0, end));
+    const auto line = trimmed(text.substr(0, end), kBlanks);
     text.remove_prefix(std::min(end + 1, text.size()));
     if (line.empty() || line[0] == '#' || line[0] == '!') continue;
     if (auto property = parseLine(line, variables)) {
@@ -93,21 +88,10 @@ static constexpr LevelName kLevelNames[] = {
 std::optional<int> parseLevel(std::string_view text) {
   for (const auto& [name, level] : kLevelNames)
     if (name == text) return level;
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
-  return value;
+  return wholeNumber<int>(text);
 }
 
 std::vector<std::string> splitList(std::string_view text) {
-  constexpr std::string_view kSeparators = " \t;,";
-  std::vector<std::string> items;
-  for (auto start = text.find_first_not_of(kSeparators); start != text.npos;
-       start = text.find_first_not_of(kSeparators)) {
-    text.remove_prefix(start);
-    const auto end = std::min(text.find_first_of(kSeparators), text.size());
-    items.emplace_back(text.substr(0, end));
-    text.remove_prefix(end);
-  }
-  return items;
+  const auto items = wordsOf(text, " \t;,");
+  return {items.begin(), items.end()};
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/FileIo.h"
 #include "text/Complaint.h"
 
 static constexpr std::int64_t kCheckEveryMs = 1000;
@@ -64,15 +65,10 @@ bool RollingFile::open() {
   const auto directory = std::filesystem::path(settings_.path).parent_path();
   if (!directory.empty()) std::filesystem::create_directories(directory, ignored);
   // Neither a FIFO that nobody reads nor a link somebody left in the directory is followed.
-  UniqueFd file(
-      ::open(settings_.path.c_str(),
-             O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0640));
+  UniqueFd file =
+      openRegularFile(settings_.path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW, 0640);
   struct stat status;
   if (!file || ::fstat(file.get(), &status) != 0) return false;
-  if (!S_ISREG(status.st_mode)) {
-    errno = EINVAL;
-    return false;
-  }
   size_ = status.st_size;
   file_ = std::move(file);
   return true;

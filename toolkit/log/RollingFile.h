@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "text/UniqueFd.h"
+#include "base/UniqueFd.h"
 
 // A log file that several threads, and several processes, append whole lines to. When the next line
 // would take it beyond its size it becomes name.1, name.1 becomes name.2 and so on.

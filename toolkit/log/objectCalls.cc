@@ -2,14 +2,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/Words.h"
 #include "jvm/klg.h"
 #include "log/Toolkit.h"
 #include "text/Guarded.h"
 
 static constexpr int kDone = 0;
 static constexpr int kNotDone = -1;
-
-static const char* orEmpty(const char* text) { return text ? text : ""; }
 
 int KlgOpenToolkit(const char* propertiesPath) noexcept {
   return guarded(kNotDone, [&] {

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/Words.h"
 #include "jvm/klg.h"
 #include "log/KlgObject.h"
 #include "log/Record.h"
@@ -16,8 +17,6 @@ static Logger* loggerOf(KlgObject* object) {
   const bool isLogger = object && object->kind == KlgObject::Kind::logger;
   return isLogger ? static_cast<Logger*>(object) : nullptr;
 }
-
-static const char* orEmpty(const char* text) { return text ? text : ""; }
 
 static int processId() {
   static const int id = ::getpid();

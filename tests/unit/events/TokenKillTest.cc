@@ -1,4 +1,5 @@
 // Processes that are killed at any point hand no token out twice.
+#include <fcntl.h>
 #include <sys/wait.h>
 
 #include <csignal>
