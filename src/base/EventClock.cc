@@ -2,6 +2,7 @@
 
 #include <x86intrin.h>
 
+#include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <fstream>
@@ -46,7 +47,7 @@ static std::uint64_t nanosecondsOf(clockid_t clock) {
 
 static TickRate::Look lookAtBoth() {
   const std::uint64_t before = __rdtsc();
-  const std::uint64_t time = nanosecondsOf(CLOCK_MONOTONIC_RAW);
+  const std::uint64_t time = nanosecondsOf(CLOCK_MONOTONIC);  // adjusted as the wall clock is
   return {before, __rdtsc() - before, time};
 }
 
@@ -73,6 +74,11 @@ struct Reading {
   std::uint64_t nsec = 0;  // within its second
   std::uint64_t sec = 0;
   std::uint64_t cpu = 0;
+
+  void setTime(std::uint64_t nanoseconds) {
+    sec = nanoseconds / kSecond;
+    nsec = nanoseconds % kSecond;
+  }
 };
 static constinit thread_local Reading last;
 
@@ -86,14 +92,22 @@ static bool asForetold(const Reading& now) {
   return passed - foretold <= foretold / 256;  // what is ahead of the clock is a huge difference
 }
 
+// The latest that the thread can have told since its last look. Where the clock is behind that, the
+// kernel is slowing it down, and this time holds until the clock has caught up: an end is never
+// before its begin. A clock that is further behind was set.
+static std::uint64_t notBefore(std::uint64_t time, std::uint64_t ticks) {
+  const std::uint64_t since = std::min(ticks - last.ticks, last.goodFor);
+  const std::uint64_t told = last.sec * kSecond + last.nsec + (since * last.rate >> 32);
+  return told > time && told - time < kMillisecond ? told : time;
+}
+
 [[gnu::noinline]] static Stamp lookAnew() {
   Reading now;
   now.rate = knownRate.load(std::memory_order_relaxed);
   const std::uint64_t before = __rdtsc();
   const std::uint64_t time = nanosecondsOf(CLOCK_REALTIME);
   now.ticks = __rdtsc();
-  now.sec = time / kSecond;
-  now.nsec = time % kSecond;
+  now.setTime(time);
   now.cpu = recentCpuTime(time);
   if (now.rate == 0) {
     learnRate();
@@ -102,6 +116,7 @@ static bool asForetold(const Reading& now) {
     now.goodFor = perMicrosecond * (kServesFor / 1'000);
     if (!asForetold(now)) knownRate.store(0, std::memory_order_relaxed);
   }
+  now.setTime(notBefore(time, before));
   last = now;
   return {static_cast<ULONG>(now.sec), static_cast<ULONG>(now.nsec / 1'000), now.cpu};
 }

@@ -15,6 +15,11 @@ class ThreadIndex {
       take();
     return mine_;
   }
+  // A thread that has none yet shares one from here on. For one that is ending: what would give a
+  // number of its own back may have run already.
+  static void doWithout() {
+    if (mine_ == kNone) mine_ = kShared;
+  }
   static bool isShared(unsigned index) { return index == kShared; }
 
   // Adds to a counter of the thread's own number. Only a shared one has other writers.

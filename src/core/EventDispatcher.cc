@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/ThreadIndex.h"
 #include "base/Trace.h"
 #include "core/Native.h"
 #include "core/velora.h"
@@ -95,6 +96,11 @@ static bool gated(JVMPI_Event* event) {
   return true;
 }
 
+static bool onThreadEnd(JVMPI_Event* event) {
+  ThreadIndex::doWithout();
+  return gated<ThreadEndEventHandler>(event);
+}
+
 struct EventRow {
   jint type;
   bool (*handle)(JVMPI_Event* event);  // false: turned away, which leaves no exit line
@@ -110,7 +116,7 @@ constexpr EventRow kEnabledRows[] = {
     {JVMPI_EVENT_CLASS_LOAD_HOOK, served<onClassLoadHook>},
     {JVMPI_EVENT_THREAD_START, gated<ThreadStartEventHandler>},
     {JVMPI_EVENT_THREAD_START | JVMPI_REQUESTED_EVENT, gated<ThreadStartEventHandler>},
-    {JVMPI_EVENT_THREAD_END, gated<ThreadEndEventHandler>},
+    {JVMPI_EVENT_THREAD_END, onThreadEnd},
     {JVMPI_EVENT_CLASS_LOAD, onClassLoad},
     {JVMPI_EVENT_CLASS_LOAD | JVMPI_REQUESTED_EVENT, onClassLoad},
     {JVMPI_EVENT_CLASS_UNLOAD, gated<ClassUnloadEventHandler>},

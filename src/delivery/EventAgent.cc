@@ -8,6 +8,7 @@
 #include "delivery/ConnectionListener.h"
 #include "delivery/EvtAgentMgr.h"
 #include "delivery/LogText.h"
+#include "delivery/Occupancy.h"
 #include "delivery/PacketSink.h"
 #include "delivery/SamplingRates.h"
 #include "delivery/Settings.h"
@@ -44,14 +45,14 @@ EventAgent::~EventAgent() {
 
 void EventAgent::startThread(JNIEnv* env) {
   VEL_TRACE();
-  if (occupied_.exchange(true)) {
+  const Occupancy mine(occupied_);
+  if (!mine) {
     traceMin("EventAgent ID: %d runs already", id_);
     return;
   }
   beginLoop(env);
   while (running()) tryCycle();
   endLoop();
-  occupied_ = false;
 }
 
 // Whatever fails in a cycle, most likely for want of memory, the loop lives on to its proper end:

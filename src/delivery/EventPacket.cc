@@ -138,9 +138,18 @@ void EventAgent::countInHand() {
   eventsInHand_.store(eventsInHand_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
+// What fails on the way, most likely for want of memory, leaves nothing in the packet.
 bool EventAgent::addEventToBuffer(Event* evt, char** cursor) {
   VEL_TRACE();
-  return evt && evt->addToBuffer(cursor);
+  if (!evt || !cursor) return false;
+  char* const before = *cursor;
+  try {
+    return evt->addToBuffer(cursor);
+  } catch (const std::exception& e) {
+    *cursor = before;
+    traceMin("An event of type %d was not written: %s", static_cast<int>(evt->getType()), e.what());
+    return false;
+  }
 }
 
 int EventAgent::dropRecordsFromQueue(ThreadData* thr, bool addDropRec, char** buff) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/InstanceSlot.h"
+#include "base/Trace.h"
 #include "base/VelLock.h"
 #include "base/VeloraBase.h"
 #include "delivery/EventAgent.h"
@@ -23,8 +24,8 @@ class EvtAgentMgr : public virtual VeloraBase,
   static EvtAgentMgr* getInstance();
   static EvtAgentMgr* getIfPresent();
   static void destroy();
-  void initialize() {}
-  void initializeAfterJVMPI() {}
+  void initialize() { VEL_TRACE_AS("EvtAgentMgr.cc"); }
+  void initializeAfterJVMPI() { VEL_TRACE_AS("EvtAgentMgr.cc"); }
   void start();
   void stop();  // returns when no agent's loop runs any more
   bool isReady() override { return start_ && ready_; }

@@ -166,11 +166,18 @@ bool MemoryMonitor::reachedULimit(JNIEnv* env) {
   return reached && refuse(LossCause::memory);
 }
 
+void MemoryMonitor::stop() {
+  VEL_TRACE();
+  memoryTaken_ = 0;
+}
+
 void MemoryMonitor::addToMemCntr(Event::EventType type, short size, ThreadData* thr) {
+  VEL_TRACE();
   if (thr) thr->addToMemCntr(type, size);
 }
 
 void MemoryMonitor::delFromMemCntr(Event::EventType type, short size, ThreadData* thr) {
+  VEL_TRACE();
   if (thr) thr->delFromMemCntr(type, size);
 }
 

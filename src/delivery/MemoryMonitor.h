@@ -25,7 +25,7 @@ class MemoryMonitor : public virtual VeloraBase, public EventWeights {
   static MemoryMonitor* getIfPresent();
   static void destroy();
   void start();
-  void stop() { memoryTaken_ = 0; }
+  void stop();
 
   // Recomputes the estimate from the events' bytes; true while data is refused.
   bool checkForULimit(unsigned long memoryTaken);

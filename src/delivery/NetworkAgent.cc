@@ -7,6 +7,7 @@
 #include "delivery/ConnectionListener.h"
 #include "delivery/LogText.h"
 #include "delivery/NetworkAgentMgr.h"
+#include "delivery/Occupancy.h"
 #include "delivery/Settings.h"
 
 Published<ConnectionListener> connectionListener;
@@ -70,6 +71,7 @@ bool NetworkAgent::sendData(const char* data, int size, int events, unsigned con
 }
 
 long NetworkAgent::getTotalDataSize() {
+  VEL_TRACE();
   LockScope held(lock_);
   return totalDataSize_;
 }
@@ -89,14 +91,14 @@ void NetworkAgent::hurry(bool on) {
 
 void NetworkAgent::runTCPagent(JNIEnv* env) {
   VEL_TRACE();
-  if (occupied_.exchange(true)) {
+  const Occupancy mine(occupied_);
+  if (!mine) {
     traceMin("Network Agent Thread runs already");
     return;
   }
   beginLoop();
   while (running()) tryCycle(env);
   endLoop();
-  occupied_ = false;
 }
 
 // Whatever fails in a cycle, most likely for want of memory, the loop lives on to its proper end:
@@ -118,9 +120,8 @@ void NetworkAgent::runCycle(JNIEnv* env) {
   if (isReady_) {
     if (ConnectionListener* listener = connectionListener) listener->pushAgainIfMissed(env);
     writeOnePacket();
-  } else {
-    reconnect(env);
   }
+  if (!isReady_ && running()) reconnect(env);  // at once where the write has just failed
   pause();
 }
 

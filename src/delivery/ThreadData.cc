@@ -154,6 +154,7 @@ void ThreadData::delFromMemCntr(Event::EventType type, short size) {
 }
 
 int ThreadData::getEvtQueueSize() const {
+  VEL_TRACE();
   if (evtQueue_) return evtQueue_->size();
   _logError(
       __FILE_NAME__, __LINE__,

@@ -161,6 +161,22 @@ TEST(ThreadIndex, OneForEachThreadWhileTheyLast) {
   }
 }
 
+TEST(ThreadIndex, EndingThreadWithoutOneTakesNone) {
+  const auto indexOf = [](auto first) {
+    unsigned index = 0;
+    std::thread([&] {
+      first();
+      index = ThreadIndex::mine();
+    }).join();
+    return index;
+  };
+  EXPECT_TRUE(ThreadIndex::isShared(indexOf([] { ThreadIndex::doWithout(); })));
+  EXPECT_FALSE(ThreadIndex::isShared(indexOf([] {
+    ThreadIndex::mine();
+    ThreadIndex::doWithout();
+  })));
+}
+
 TEST(Gate, NobodyIsInsideOnceItIsClosed) {
   Gate gate;
   std::atomic<bool> closed{false}, stop{false};

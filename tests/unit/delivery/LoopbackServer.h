@@ -11,7 +11,7 @@
 // completes connections by itself, so nothing here waits but for bytes that are on their way.
 class LoopbackServer {
  public:
-  LoopbackServer() { listen(0); }
+  LoopbackServer() { listen(); }
   int port() const { return port_; }
   // The next connection becomes the one that is read; a small buffer makes it full soon.
   void accept() {
@@ -29,17 +29,15 @@ class LoopbackServer {
     all.resize(got);
     return all;
   }
-  // Resets the connection, so that the agent's next write fails at once; the port stays its own.
-  void goAway() {
+  // Resets the connection, so that the agent's next write fails at once.
+  void hangUp() {
     const linger now{1, 0};
     ::setsockopt(connection_.get(), SOL_SOCKET, SO_LINGER, &now, sizeof now);
     connection_.close();
-    listener_.close();
   }
-  void comeBack() { listen(port_); }
 
  private:
-  void listen(int port) {
+  void listen() {
     listener_ = UniqueFd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1, small = 4096;
     ::setsockopt(listener_.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
@@ -47,7 +45,6 @@ class LoopbackServer {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
     socklen_t size = sizeof address;
     auto* raw = reinterpret_cast<sockaddr*>(&address);
     if (::bind(listener_.get(), raw, size) != 0 || ::listen(listener_.get(), 8) != 0 ||
