@@ -322,36 +322,10 @@ struct FakeJni {
   }
 };
 
+template <class Provider>
 static JNINativeInterface_ makeTable() {
   JNINativeInterface_ table{};
-#define JNI_SLOT(name) table.name = NotProvided<#name>::of(table.name);
 #include "jniSlots.def"
-#undef JNI_SLOT
-
-#define PROVIDED(name) table.name = FakeJni::name
-  PROVIDED(FindClass);
-  PROVIDED(GetObjectClass);
-  PROVIDED(IsAssignableFrom);
-  PROVIDED(ExceptionDescribe);
-  PROVIDED(ExceptionClear);
-  PROVIDED(ExceptionCheck);
-  PROVIDED(NewGlobalRef);
-  PROVIDED(DeleteGlobalRef);
-  PROVIDED(DeleteLocalRef);
-  PROVIDED(GetStaticFieldID);
-  PROVIDED(NewString);
-  PROVIDED(NewStringUTF);
-  PROVIDED(GetStringLength);
-  PROVIDED(GetStringUTFChars);
-  PROVIDED(ReleaseStringUTFChars);
-  PROVIDED(GetStringUTFRegion);
-  PROVIDED(GetStringRegion);
-  PROVIDED(GetArrayLength);
-  PROVIDED(NewObjectArray);
-  PROVIDED(GetObjectArrayElement);
-  PROVIDED(SetObjectArrayElement);
-  PROVIDED(RegisterNatives);
-#undef PROVIDED
   table.GetMethodID = FakeJni::methodId<false>;
   table.GetStaticMethodID = FakeJni::methodId<true>;
   table.CallVoidMethodV = FakeJni::call<void>;
@@ -377,6 +351,6 @@ static JNINativeInterface_ makeTable() {
 }
 
 const JNINativeInterface_* fakeJniTable() {
-  static const JNINativeInterface_ table = makeTable();
+  static const JNINativeInterface_ table = makeTable<FakeJni>();
   return &table;
 }

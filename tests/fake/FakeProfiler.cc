@@ -46,13 +46,13 @@ int FakeJvm::heldMonitors() {
 }
 
 struct FakeProfiler {
-  static JVMPI_RawMonitor create(char* name) {
+  static JVMPI_RawMonitor RawMonitorCreate(char* name) {
     const std::lock_guard locked(poolMutex);
     pool().push_back(std::make_unique<JVMPI_RawMonitorData>());
     pool().back()->name = name;
     return pool().back().get();
   }
-  static void enter(JVMPI_RawMonitor monitor) {
+  static void RawMonitorEnter(JVMPI_RawMonitor monitor) {
     std::unique_lock locked(monitor->mutex);
     if (monitor->destroyed) fakeJvmFails("RawMonitorEnter", "the monitor was destroyed");
     if (monitor->mine())
@@ -60,12 +60,12 @@ struct FakeProfiler {
     else
       monitor->take(locked, 1);
   }
-  static void exit(JVMPI_RawMonitor monitor) {
+  static void RawMonitorExit(JVMPI_RawMonitor monitor) {
     const std::lock_guard locked(monitor->mutex);
     if (!monitor->mine()) fakeJvmFails("RawMonitorExit", "the caller does not hold the monitor");
     if (--monitor->depth == 0) monitor->entrance.notify_one();
   }
-  static void wait(JVMPI_RawMonitor monitor, jlong ms) {
+  static void RawMonitorWait(JVMPI_RawMonitor monitor, jlong ms) {
     std::unique_lock locked(monitor->mutex);
     if (!monitor->mine()) fakeJvmFails("RawMonitorWait", "the caller does not hold the monitor");
     const int levels = monitor->depth;
@@ -79,28 +79,28 @@ struct FakeProfiler {
       monitor->waiters.wait_for(locked, std::chrono::milliseconds(ms), told);
     monitor->take(locked, levels);
   }
-  static void notifyAll(JVMPI_RawMonitor monitor) {
+  static void RawMonitorNotifyAll(JVMPI_RawMonitor monitor) {
     const std::lock_guard locked(monitor->mutex);
     ++monitor->notified;
     monitor->waiters.notify_all();
   }
-  static void destroy(JVMPI_RawMonitor monitor) {
+  static void RawMonitorDestroy(JVMPI_RawMonitor monitor) {
     const std::lock_guard locked(poolMutex);
     if (monitor->destroyed) fakeJvmFails("RawMonitorDestroy", "the monitor was destroyed before");
     monitor->destroyed = true;
   }
 
-  static jint enable(jint event, void*) {
+  static jint EnableEvent(jint event, void*) {
     const std::lock_guard locked(FakeJvm::current().mutex_);
     FakeJvm::current().enabled_.insert(event);
     return JVMPI_SUCCESS;
   }
-  static jint disable(jint event, void*) {
+  static jint DisableEvent(jint event, void*) {
     const std::lock_guard locked(FakeJvm::current().mutex_);
     FakeJvm::current().enabled_.erase(event);
     return JVMPI_SUCCESS;
   }
-  static jint request(jint event, void* arg) {
+  static jint RequestEvent(jint event, void* arg) {
     FakeJvm& jvm = FakeJvm::current();
     {
       const std::lock_guard locked(jvm.mutex_);
@@ -109,7 +109,7 @@ struct FakeProfiler {
     return jvm.onRequest ? jvm.onRequest(event, arg) : JVMPI_NOT_AVAILABLE;
   }
 
-  static void callTrace(JVMPI_CallTrace* trace, jint depth) {
+  static void GetCallTrace(JVMPI_CallTrace* trace, jint depth) {
     FakeThread* thread = FakeJvm::current().threadOf(trace->env_id);
     trace->num_frames = 0;
     if (!thread) return;
@@ -118,48 +118,24 @@ struct FakeProfiler {
       trace->frames[trace->num_frames++] = frame;
     }
   }
-  static jlong cpuTime() { return 0; }
-  static jint status(JNIEnv* env) {
+  static jlong GetCurrentThreadCpuTime() { return 0; }
+  static jint GetThreadStatus(JNIEnv* env) {
     FakeThread* thread = FakeJvm::current().threadOf(env);
     return thread ? thread->status.load() : 0;
   }
-  static jobjectID methodClass(jmethodID method) {
+  static jobjectID GetMethodClass(jmethodID method) {
     auto& classes = FakeJvm::current().methodClasses;
     const auto found = classes.find(method);
     return found == classes.end() ? nullptr : found->second;
   }
 };
 
-JVMPI_Interface fakeProfilerTable() {
+template <class Provider>
+static JVMPI_Interface makeTable() {
   JVMPI_Interface table{};
   table.version = JVMPI_VERSION_1_1;
-#define NOT_PROVIDED(slot) table.slot = NotProvided<#slot>::of(table.slot)
-  NOT_PROVIDED(ProfilerExit);
-  NOT_PROVIDED(SuspendThread);
-  NOT_PROVIDED(ResumeThread);
-  NOT_PROVIDED(ThreadHasRun);
-  NOT_PROVIDED(CreateSystemThread);
-  NOT_PROVIDED(SetThreadLocalStorage);
-  NOT_PROVIDED(GetThreadLocalStorage);
-  NOT_PROVIDED(DisableGC);
-  NOT_PROVIDED(EnableGC);
-  NOT_PROVIDED(RunGC);
-  NOT_PROVIDED(GetThreadObject);
-  NOT_PROVIDED(jobjectID2jobject);
-  NOT_PROVIDED(jobject2jobjectID);
-#undef NOT_PROVIDED
-  table.EnableEvent = FakeProfiler::enable;
-  table.DisableEvent = FakeProfiler::disable;
-  table.RequestEvent = FakeProfiler::request;
-  table.GetCallTrace = FakeProfiler::callTrace;
-  table.RawMonitorCreate = FakeProfiler::create;
-  table.RawMonitorEnter = FakeProfiler::enter;
-  table.RawMonitorExit = FakeProfiler::exit;
-  table.RawMonitorWait = FakeProfiler::wait;
-  table.RawMonitorNotifyAll = FakeProfiler::notifyAll;
-  table.RawMonitorDestroy = FakeProfiler::destroy;
-  table.GetCurrentThreadCpuTime = FakeProfiler::cpuTime;
-  table.GetThreadStatus = FakeProfiler::status;
-  table.GetMethodClass = FakeProfiler::methodClass;
+#include "jvmpiSlots.def"
   return table;
 }
+
+JVMPI_Interface fakeProfilerTable() { return makeTable<FakeProfiler>(); }

@@ -9,6 +9,7 @@
 
 #include "base/ProbeKlgLog.h"
 #include "base/Trace.h"
+#include "fake/NotProvided.h"
 
 static FakeToolkit* toolkit = nullptr;
 static std::mutex linesMutex;
@@ -25,9 +26,8 @@ static const std::string& nameOf(const KlgObject* object) {
   return *reinterpret_cast<const std::string*>(object);
 }
 
-// Puts each tagged argument in the place of the next conversion.
-static FakeToolkit::Line formatted(const char* format, va_list args) {
-  FakeToolkit::Line line{};
+// Puts each tagged argument in the place of the next conversion, and keeps the line.
+static void keep(FakeToolkit::Line line, const char* format, va_list args) {
   line.text = line.format = format;
   std::size_t at = 0;
   while (const int tag = va_arg(args, int)) {
@@ -48,48 +48,27 @@ static FakeToolkit::Line formatted(const char* format, va_list args) {
     line.text.replace(at, end - at + 1, value);
     at += value.size();
   }
-  return line;
-}
-
-static void keep(FakeToolkit::Line line) {
   const std::lock_guard locked(linesMutex);
   if (line.number) numbers.push_back(line.number);
   kept.push_back(std::move(line));
 }
 
-#define TRACE_CALL(name)                                                           \
-  static void trace##name(KlgObject*, const char* file, const char* function, int, \
-                          const char* format, ...) noexcept {                      \
-    va_list args;                                                                  \
-    va_start(args, format);                                                        \
-    FakeToolkit::Line line = formatted(format, args);                              \
-    va_end(args);                                                                  \
-    line.call = #name;                                                             \
-    line.file = file;                                                              \
-    line.function = function;                                                      \
-    keep(std::move(line));                                                         \
-  }
-TRACE_CALL(DebugMax)
-TRACE_CALL(DebugMid)
-TRACE_CALL(DebugMin)
-#undef TRACE_CALL
+template <SlotName Call>
+static void trace(KlgObject*, const char* file, const char* function, int, const char* format,
+                  ...) noexcept {
+  va_list args;
+  va_start(args, format);
+  keep({.call = Call.text, .file = file, .function = function}, format, args);
+  va_end(args);
+}
 
-#define MESSAGE_CALL(name)                                                                \
-  static void message##name(KlgObject*, const char*, int, int number, const char* format, \
-                            ...) noexcept {                                               \
-    va_list args;                                                                         \
-    va_start(args, format);                                                               \
-    FakeToolkit::Line line = formatted(format, args);                                     \
-    va_end(args);                                                                         \
-    line.call = #name;                                                                    \
-    line.number = number;                                                                 \
-    keep(std::move(line));                                                                \
-  }
-MESSAGE_CALL(Info)
-MESSAGE_CALL(Warn)
-MESSAGE_CALL(Error)
-MESSAGE_CALL(Fatal)
-#undef MESSAGE_CALL
+template <SlotName Call>
+static void message(KlgObject*, const char*, int, int number, const char* format, ...) noexcept {
+  va_list args;
+  va_start(args, format);
+  keep({.call = Call.text, .number = number}, format, args);
+  va_end(args);
+}
 
 static void note(const std::string& call) { toolkit->calls.push_back(call); }
 
@@ -138,13 +117,13 @@ static KlgCalls table() {
     note("KlgWatchLevel");
     return 0;
   };
-  calls.KlgLogDebugMax = traceDebugMax;
-  calls.KlgLogDebugMid = traceDebugMid;
-  calls.KlgLogDebugMin = traceDebugMin;
-  calls.KlgLogInfo = messageInfo;
-  calls.KlgLogWarn = messageWarn;
-  calls.KlgLogError = messageError;
-  calls.KlgLogFatal = messageFatal;
+  calls.KlgLogDebugMax = trace<"DebugMax">;
+  calls.KlgLogDebugMid = trace<"DebugMid">;
+  calls.KlgLogDebugMin = trace<"DebugMin">;
+  calls.KlgLogInfo = message<"Info">;
+  calls.KlgLogWarn = message<"Warn">;
+  calls.KlgLogError = message<"Error">;
+  calls.KlgLogFatal = message<"Fatal">;
   calls.kis_set_dir = [](const char* directory) noexcept {
     note(std::string("kis_set_dir ") + directory);
     return 0;

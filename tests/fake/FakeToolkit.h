@@ -12,8 +12,8 @@
 class FakeToolkit {
  public:
   struct Line {
-    std::string call;               // "Info", "Error", "DebugMid", "Text", ...
-    int number;                     // of an operator message
+    std::string call;               // "Info", "Error", "DebugMid", ...
+    int number = 0;                 // of an operator message
     std::string file, function;     // of a trace
     std::string text;               // the format with its arguments put in
     std::string format, arguments;  // as they were given, a blank before each argument

@@ -31,3 +31,10 @@ struct NotProvided {
     return callAny<R, A...>;
   }
 };
+
+// Fills a slot of `table` with what the template's `Provider` has under its name.
+#define PROVIDED_OR_NOT(name)                 \
+  if constexpr (requires { Provider::name; }) \
+    table.name = Provider::name;              \
+  else                                        \
+    table.name = NotProvided<#name>::of(table.name);

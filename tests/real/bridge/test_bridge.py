@@ -4,7 +4,6 @@ what the client is told, and the end of the JVM while its threads are inside our
 import os
 import pathlib
 import subprocess
-import unittest
 
 from harness import JDK, PATIENCE, Jvm, WholePath
 
@@ -140,7 +139,3 @@ class Bridge(WholePath):
                     self.assertNotIn("after shut-down", jvm.stdout())
                     self.assertEqual("hook ran" in jvm.stdout(), runs_hooks)
                     self.assertEqual(jvm.stderr(), "")
-
-
-if __name__ == "__main__":
-    unittest.main()

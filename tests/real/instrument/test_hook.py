@@ -3,7 +3,6 @@ makes of classes of Java 1.4."""
 
 import pathlib
 import subprocess
-import unittest
 
 from harness import CLASSES, JARS, JDK, Jvm, WholePath
 

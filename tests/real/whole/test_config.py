@@ -1,6 +1,5 @@
 """What an operator sees of the instrumentation configuration file and of the JIT option."""
 
-import unittest
 import zipfile
 
 from harness import Jvm, WholePath
@@ -51,7 +50,3 @@ class Config(WholePath):
         self.assertIn("option OPT:SKIP{com/acme/*}{*}{shop/*}{*}\n", output)
         self.assertIn(f" 1213 Application scan of {apps}: 4 classes and 1 archives, "
                       "3 package patterns", log)
-
-
-if __name__ == "__main__":
-    unittest.main()

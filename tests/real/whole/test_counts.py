@@ -4,7 +4,6 @@ import collections
 import os
 import signal
 import time
-import unittest
 
 from harness import Driver, WholePath, wait_until
 
@@ -84,7 +83,3 @@ class Restart(WholePath):
         for names in first.values():
             self.assertEqual(names[:2], ["INIT", "INIT_J2EE"])
             self.assertIn("SAMPLING_RATE", names)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -139,7 +139,3 @@ class Doctor(WholePath):
         content = bytearray(library.read_bytes())
         content[machine] = aarch64
         library.write_bytes(content)
-
-
-if __name__ == "__main__":
-    unittest.main()

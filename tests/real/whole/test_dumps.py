@@ -7,7 +7,6 @@ import signal
 import stat
 import subprocess
 import tempfile
-import unittest
 
 from harness import Driver, WholePath, wait_until
 
@@ -151,7 +150,3 @@ class Dumps(WholePath):
         self.assertGreaterEqual(jvm.drained()["created"], requests * 8)
         self.assertGreater(requests, 40)
         self.assertEndsWell(jvm)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -4,7 +4,6 @@ import os
 import random
 import signal
 import time
-import unittest
 
 from harness import Jvm, WholePath, free_port
 
@@ -28,7 +27,3 @@ class Exit(WholePath):
                     jvm.process.terminate()
                 self.assertEndsWell(jvm, EXPECTED[way])
                 jvm.remove()
-
-
-if __name__ == "__main__":
-    unittest.main()

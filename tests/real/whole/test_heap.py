@@ -1,7 +1,6 @@
 """Heap summaries of a known population, from both sources, against the JVM's own histogram."""
 
 import subprocess
-import unittest
 
 from harness import JDK, Driver, WholePath
 
@@ -133,7 +132,3 @@ class Heap(WholePath):
             self.assertSound(summary)
             self.assertEqual(summary.count("Heap$Plain"), plain)
         self.assertEndsWell(jvm)
-
-
-if __name__ == "__main__":
-    unittest.main()

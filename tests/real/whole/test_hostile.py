@@ -4,7 +4,6 @@ import os
 import pathlib
 import shutil
 import socket
-import unittest
 
 from harness import DIST, Jvm, WholePath
 
@@ -65,7 +64,3 @@ class Hostile(WholePath):
         for name in ("libvelora.so", "velora-boot.jar"):
             shutil.copy(DIST / "lib" / name, lib)
         self.serves(agent=lib / "libvelora.so", says="Could not load libklglog.so")
-
-
-if __name__ == "__main__":
-    unittest.main()

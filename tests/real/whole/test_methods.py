@@ -1,7 +1,6 @@
 """What woven code reports of classes and methods arrives with its names, and those names again with
 each new connection, as a portal's do; unloaded classes are seen."""
 
-import unittest
 
 from harness import JARS, Driver, WholePath, wait_until
 from javavalues import Raw
@@ -160,7 +159,3 @@ class Methods(WholePath):
         self.collect_until(jvm, "later collections arrive",
                            lambda: len(self.records("GC_")) > so_far + 4)
         self.end(jvm)
-
-
-if __name__ == "__main__":
-    unittest.main()

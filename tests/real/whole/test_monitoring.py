@@ -4,7 +4,6 @@ and its work on a server's extension directories when the server's start-up clas
 import os
 import pathlib
 import shutil
-import unittest
 
 from harness import CLASSES, Driver, WholePath, wait_until
 
@@ -102,7 +101,3 @@ class Monitoring(WholePath):
         jvm.ask("ServerStart.server")
         self.assertIn("ClassLoad", heard())
         self.assertEndsWell(jvm)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -8,7 +8,6 @@ import json
 import pathlib
 import re
 import stat
-import unittest
 
 from harness import JARS, Driver, WholePath, wait_until
 from javavalues import Raw, RepeatedList, written
@@ -264,7 +263,3 @@ class Natives(WholePath):
     def test_stop_native(self):
         self.jvm.tell("ask com.velora.probe.ProbeSystem.stopNative")
         self.assertEndsWell(self.jvm, status=12)
-
-
-if __name__ == "__main__":
-    unittest.main()

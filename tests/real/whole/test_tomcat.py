@@ -8,7 +8,6 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
-import unittest
 
 from harness import AGENT, COMPLAINT, JDK, WholePath, free_port, wait_until
 
@@ -88,7 +87,3 @@ class Tomcat(WholePath):
             self.assertEqual(begun[what], requests + 1, what)
         self.assertNested(collector.records())
         self.assertNotRegex(shop.text(), COMPLAINT)
-
-
-if __name__ == "__main__":
-    unittest.main()

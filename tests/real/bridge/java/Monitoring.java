@@ -30,94 +30,57 @@ public final class Monitoring {
 
   static final class Fourth {}
 
-  private static String load(Class<?> loaded, String listener) {
-    return listener + " " + loaded.getName() + " id=" + Probe.idOf(loaded) + " on main";
+  private static void checkLoad(Object instance, String... listeners) {
+    Class<?> loaded = instance.getClass();
+    List<String> expected = new java.util.ArrayList<>();
+    for (String listener : listeners)
+      expected.add(listener + " " + loaded.getName() + " id=" + Probe.idOf(loaded) + " on main");
+    Probe.checkEquals(expected, seen(CLASS_LOAD, loaded.getName() + " "), "load");
   }
 
   private static void threads() throws Exception {
     String name = "posed \u00e4\u20ac";
-    Object[] startWhenRunning = new Object[2];
-    Runnable look =
-        () -> {
-          startWhenRunning[0] = seen(THREAD_START, name);
-          startWhenRunning[1] = seen(THREAD_STOP, name);
-        };
+    String told = name + " on " + name;
     listen("one", THREAD_START);
     listen("two", THREAD_STOP);
-    Thread thread = new Thread(look, name);
+    String[] whenRunning = new String[1];
+    Thread thread =
+        new Thread(() -> whenRunning[0] = "" + seen(THREAD_START, name) + seen(THREAD_STOP, name), name);
     thread.start();
     thread.join();
-    String started = "one " + name + " on " + name;
-    Probe.checkEquals(List.of(started), startWhenRunning[0], "start of a thread that runs");
-    Probe.checkEquals(List.of(), startWhenRunning[1], "end of a thread that runs");
-    Probe.checkEquals(List.of(started), seen(THREAD_START, name), "starts");
+    Probe.checkEquals("[one " + told + "][]", whenRunning[0], "a thread that runs");
     Probe.await(() -> !seen(THREAD_STOP, name).isEmpty());
-    Probe.checkEquals(List.of("two " + name + " on " + name), seen(THREAD_STOP, name), "ends");
+    Probe.checkEquals(List.of("two " + told), seen(THREAD_STOP, name), "ends");
     listen(null, THREAD_START);
-    thread = new Thread(look, "unheard");
+    thread = new Thread("unheard");
     thread.start();
     thread.join();
     Probe.await(() -> !seen(THREAD_STOP, "unheard").isEmpty());
     Probe.checkEquals(List.of(), seen(THREAD_START, "unheard"), "start after the registration");
-    listen(null, THREAD_STOP);
   }
 
   private static void classes() {
     listen("one", CLASS_LOAD);
-    Object first = new First();
-    List<String> expected = List.of(load(first.getClass(), "one"));
-    Probe.checkEquals(expected, First.WHEN_INITIALISED, "load before the class is initialised");
     Object array = new First[] {new First()};
-    Probe.checkEquals(expected, seen(CLASS_LOAD, "First"), "loads after " + array);
+    checkLoad(new First(), "one");
+    Probe.checkEquals(1, First.WHEN_INITIALISED.size(), "load before initialisation of " + array);
     listen("two", CLASS_LOAD);
-    Probe.checkEquals(
-        List.of(load(new Second().getClass(), "two")), seen(CLASS_LOAD, "$Second"), "replaced");
+    checkLoad(new Second(), "two");
     listen(null, CLASS_LOAD);
-    Probe.checkEquals(
-        List.of(), seen(CLASS_LOAD, new Third().getClass().getName()), "load after registration");
+    checkLoad(new Third());
   }
 
-  private static void collections() throws Exception {
-    listen("one", GC_START);
-    listen("two", GC_STOP);
-    Probe.await(
-        () -> {
-          Probe.runGc();
-          return seen(GC_START, "").size() >= 3 && seen(GC_STOP, "").size() >= 3;
-        });
-    for (String start : seen(GC_START, ""))
-      Probe.checkEquals("one on Velora Event Delivery", start, "start");
-    for (String stop : seen(GC_STOP, ""))
-      Probe.checkEquals("two on Velora Event Delivery", stop, "end");
-    listen(null, GC_START);
-    int left = seen(GC_START, "").size();
-    int ends = seen(GC_STOP, "").size();
-    Probe.await(
-        () -> {
-          Probe.runGc();
-          return seen(GC_STOP, "").size() > ends + 2;
-        });
-    // One may have been on its way.
-    Probe.check(seen(GC_START, "").size() <= left + 1, "starts after the registration");
-    listen(null, GC_STOP);
-  }
-
-  /** Without the profiling interface's own events. */
-  private static void alone() throws Exception {
-    endStandingEvents();
-    Probe.checkEquals(
-        List.of(), seen(CLASS_LOAD, new Object() {}.getClass().getName()), "nobody listens");
-    listen("three", CLASS_LOAD);
-    Probe.checkEquals(
-        List.of(load(new Fourth().getClass(), "three")), seen(CLASS_LOAD, "$Fourth"), "alone");
+  private static void collections(String listener) throws Exception {
     // The ends first: the JVM is not asked for the starts then, which cannot pass for them.
     for (int event : new int[] {GC_STOP, GC_START}) {
-      listen("three", event);
+      listen(listener, event);
       Probe.await(
           () -> {
             Probe.runGc();
-            return !seen(event, "three").isEmpty();
+            return seen(event, listener).size() >= 3;
           });
+      for (String told : seen(event, listener))
+        Probe.checkEquals(listener + " on Velora Event Delivery", told, "collection");
       listen(null, event);
     }
   }
@@ -127,8 +90,11 @@ public final class Monitoring {
       Probe.check(listen("none", event) != 0, "number " + event + " was taken");
     threads();
     classes();
-    collections();
-    alone();
+    collections("with others");
+    endStandingEvents();  // the profiling interface's own
+    collections("alone");
+    listen("alone", CLASS_LOAD);
+    checkLoad(new Fourth(), "alone");
     System.out.println("PASS");
   }
 }
