@@ -9,7 +9,8 @@ import shutil
 import subprocess
 import tempfile
 
-from harness.process import BUILD, Failed, wait_until
+from harness.process import BUILD, Failed
+from waiting import wait_until
 
 LIBRARY = BUILD / "bench" / "libbench_lttng.so"
 EVENT = re.compile(r" velora_bench:(\w+):")

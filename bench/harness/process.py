@@ -7,14 +7,15 @@ import re
 import shutil
 import socket
 import subprocess
+import sys
 import tempfile
 import threading
-import time
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("VELORA_BUILD", REPOSITORY / "build" / "release")).resolve()
 DIST = BUILD / "dist"
 PATIENCE = 120  # seconds after which something hangs
+sys.path.append(str(REPOSITORY / "tests" / "support"))
 
 
 class Failed(Exception):
@@ -39,21 +40,6 @@ def java():
     """The JDK that the build uses."""
     cache = (BUILD / "CMakeCache.txt").read_text(encoding="utf-8")
     return pathlib.Path(re.search(r"^VELORA_JDK:PATH=(.*)$", cache, re.M)[1]) / "bin" / "java"
-
-
-def free_port():
-    with socket.socket() as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
-
-
-def wait_until(what, condition, seconds=PATIENCE):
-    deadline = time.monotonic() + seconds
-    while not (result := condition()):
-        if time.monotonic() > deadline:
-            raise Failed(f"still not after {seconds} s: {what}")
-        time.sleep(0.02)
-    return result
 
 
 @contextlib.contextmanager

@@ -12,7 +12,8 @@ import tempfile
 import threading
 import time
 
-from harness.process import (BUILD, Failed, agent_options, free_port, home, own_logs)
+from harness.process import BUILD, Failed, agent_options, home, own_logs
+from waiting import free_port
 
 TOMCAT = pathlib.Path("/usr/share/tomcat10")
 OLD_CLASSES = BUILD / "tests" / "real" / "instrument" / "old"

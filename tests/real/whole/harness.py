@@ -12,14 +12,13 @@ import pathlib
 import re
 import shutil
 import signal
-import socket
 import subprocess
 import tempfile
 import threading
-import time
 import unittest
 
 from javavalues import written
+from waiting import free_port, wait_until
 
 DIST = pathlib.Path(os.environ["VELORA_DIST"])
 CLASSES = os.environ["VELORA_TEST_CLASSES"]
@@ -29,21 +28,6 @@ AGENT = DIST / "lib" / "libvelora.so"
 PATIENCE = 60  # seconds after which something hangs
 LONGEST_LIFE = 500  # seconds; a JVM that is stuck at a safepoint hears nothing but a kill
 COMPLAINT = re.compile(r"(WARNING|FATAL ERROR) in native|WARNING:? JNI")
-
-
-def free_port():
-    with socket.socket() as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
-
-
-def wait_until(what, condition, seconds=PATIENCE):
-    deadline = time.monotonic() + seconds
-    while not (result := condition()):
-        if time.monotonic() > deadline:
-            raise AssertionError(f"still not after {seconds} s: {what}")
-        time.sleep(0.02)
-    return result
 
 
 class Home:

@@ -5,7 +5,8 @@ import os
 import signal
 import time
 
-from harness import Driver, WholePath, wait_until
+from harness import Driver, WholePath
+from waiting import wait_until
 
 RESTARTS = int(os.environ.get("VELORA_RESTARTS", "50"))
 

@@ -8,7 +8,8 @@ import shutil
 import subprocess
 import unittest
 
-from harness import AGENT, DIST, JDK, PATIENCE, Driver, Jvm, WholePath, free_port, wait_until
+from harness import AGENT, DIST, JDK, PATIENCE, Driver, Jvm, WholePath
+from waiting import free_port, wait_until
 
 NOBODY = pwd.getpwnam("nobody").pw_uid
 IS_ROOT = os.geteuid() == 0

@@ -8,7 +8,8 @@ import stat
 import subprocess
 import tempfile
 
-from harness import Driver, WholePath, wait_until
+from harness import Driver, WholePath
+from waiting import wait_until
 
 LOCATIONS = [pathlib.Path("/tmp/javacore_locations"), pathlib.Path("/tmp/dump_locations")]
 HEADER = re.compile(r'^"(.*)" \(TID:0x[0-9a-f]+, sys_thread_t:0x([0-9a-f]+), state:([A-Z]+), '

@@ -5,7 +5,8 @@ import random
 import signal
 import time
 
-from harness import Jvm, WholePath, free_port
+from harness import Jvm, WholePath
+from waiting import free_port
 
 EXITS = int(os.environ.get("VELORA_EXITS", "100"))
 EXPECTED = {"exit": 7, "halt": 7, "return": 0, "signal": 128 + signal.SIGTERM}

@@ -2,9 +2,10 @@
 each new connection, as a portal's do; unloaded classes are seen."""
 
 
-from harness import JARS, Driver, WholePath, wait_until
+from harness import JARS, Driver, WholePath
 from javavalues import Raw
 from table import HEAP, LOCK, MODULE, PORTAL, RUNTIME
+from waiting import wait_until
 
 OURS = "com.velora."
 OWN = "Methods$OwnRuntime."

@@ -5,7 +5,8 @@ import os
 import pathlib
 import shutil
 
-from harness import CLASSES, Driver, WholePath, wait_until
+from harness import CLASSES, Driver, WholePath
+from waiting import wait_until
 
 LISTENING = pathlib.Path(os.environ["VELORA_LISTENING_AGENT"])  # the agent, and a switch of its own
 OLD = "/srv/ext:/srv/more"

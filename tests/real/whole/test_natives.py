@@ -9,11 +9,12 @@ import pathlib
 import re
 import stat
 
-from harness import JARS, Driver, WholePath, wait_until
+from harness import JARS, Driver, WholePath
 from javavalues import Raw, RepeatedList, written
 from rounds import BIG, ODD, ROUNDS
 from table import (ANNOUNCED, COMMAND, ELSEWHERE, LOCK, PORTAL, SAMPLERS, SCENARIOS, SYSTEM,
                    THREADS, UTILS)
+from waiting import wait_until
 
 CATALOGUE = pathlib.Path(__file__).parents[3] / "docs" / "NATIVES.md"
 WORD = "Hx3&w!#9k(*pR7$e^2#uZ"

@@ -9,7 +9,8 @@ import shutil
 import subprocess
 import tempfile
 
-from harness import AGENT, COMPLAINT, JDK, WholePath, free_port, wait_until
+from harness import AGENT, COMPLAINT, JDK, WholePath
+from waiting import free_port, wait_until
 
 SHOP = pathlib.Path(os.environ["VELORA_DEMO_TOMCAT"])
 TOMCAT = pathlib.Path("/usr/share/tomcat10")
