@@ -122,12 +122,11 @@ TEST(Decoder, LimitsTheSizeOfARecord) {
 // Every record, several packets, and faults of several kinds.
 static ByteString mixedStream(bool good) {
   std::vector<ByteString> events;
-  ByteString init;
   for (const Example& example : pageExamples()) {
     const Layout* layout = layoutOf(example.bytes[0]);
     if (layout && layout->place == Place::event) events.push_back(example.bytes);
   }
-  init = exampleOf("INIT") + exampleOf("INIT_J2EE");
+  const ByteString init = exampleOf("INIT") + exampleOf("INIT_J2EE");
   ByteString stream = init + packet(events) + packet({bytes(kGc)}) + init + packet(events);
   if (good) return stream;
   const ByteString faults = bytes("FF 7F7F") + packet({bytes(kGc), bytes("25 01"), bytes(kGc)});
@@ -168,15 +167,6 @@ TEST(Decoder, TellsThePrefixOfATruncatedStreamAndTheTruncation) {
       ASSERT_LE(told.size() - static_cast<std::size_t>(records), 2U) << size;
     }
   }
-}
-
-TEST(Decoder, HoldsOnlyAnUnfinishedRecord) {
-  Story story;
-  Decoder decoder(story);
-  decoder.feed(packet({bytes(kGc), bytes(kGc)}));
-  EXPECT_EQ(decoder.heldBytes(), 0U);
-  decoder.feed(bytes("00 0000"));
-  EXPECT_EQ(decoder.heldBytes(), 3U);
 }
 
 }  // namespace collector

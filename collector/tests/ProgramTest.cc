@@ -7,8 +7,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "Capture.h"
 #include "Intake.h"
@@ -58,29 +56,18 @@ static ByteString oneRequest() {
                  exampleOf("SERVLET_REQUEST_END")});
 }
 
-TEST_F(Program, WritesJsonWhenOutputIsNoTerminal) {
-  EXPECT_EQ(run(replay(oneRequest()) + " --strict"), 0) << errors();
-  std::istringstream lines(output());
-  std::vector<std::string> records;
-  for (std::string line; std::getline(lines, line);) {
-    records.push_back(nlohmann::json::parse(line)["record"]);
-  }
-  EXPECT_THAT(records, testing::ElementsAre("HEADER", "SERVLET_REQUEST_START", "SQL_START",
-                                            "SQL_END", "SERVLET_REQUEST_END"));
-}
-
-TEST_F(Program, PrintsRequestsAndWritesJsonBesides) {
-  EXPECT_EQ(run(replay(oneRequest()) + " --requests --json " + file("json")), 0);
+TEST_F(Program, PrintsRequestsOrATableOrJson) {
+  const std::string request = replay(oneRequest()) + " --strict";
+  EXPECT_EQ(run(request + " --requests --json " + file("json")), 0) << errors();
   EXPECT_EQ(output(),
             "2025-11-25T00:04:48.250000Z  connection 1  thread 7A4B2C10\n"
             "      12.500 ms  cpu       2.000 ms  servlet /shop/checkout  user=anna\n"
             "      12.500 ms  cpu       2.000 ms    SQL SELECT price FROM item WHERE id = ? "
             "[jdbc/shop]\n");
-  EXPECT_THAT(contentOf(file("json")), HasSubstr("\"record\":\"SQL_END\""));
-}
-
-TEST_F(Program, PrintsTheTableOnceWhenOutputIsNoTerminal) {
-  EXPECT_EQ(run(replay(oneRequest()) + " --table"), 0);
+  EXPECT_EQ(run(request), 0) << "JSON where output is no terminal";
+  EXPECT_THAT(output(), HasSubstr("\"record\":\"SQL_END\""));
+  EXPECT_EQ(output(), contentOf(file("json")));
+  EXPECT_EQ(run(request + " --table"), 0);
   EXPECT_EQ(output(),
             "0 connected, 4 records, 0 malformed, 0 requests open\n\n"
             "   count  errors   avg ms    max ms   cpu ms   SQL  request\n"

@@ -87,13 +87,8 @@ public final class HookRun {
   }
 
   private static Class<?> throughProxy() throws Exception {
-    Method define =
-        Class.forName("p.ProxyMaker")
-            .getMethod(
-                "define", ClassLoader.class, String.class, byte[].class, int.class, int.class);
     byte[] bytes = product();
     ClassLoader parent = HookRun.class.getClassLoader();
-    return (Class<?>)
-        define.invoke(null, parent, "p.Product", bytes, OFFSET, bytes.length - 2 * OFFSET);
+    return p.ProxyMaker.define(parent, "p.Product", bytes, OFFSET, bytes.length - 2 * OFFSET);
   }
 }
