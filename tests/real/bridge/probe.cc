@@ -190,28 +190,21 @@ static jstring text(JNIEnv* env, const std::string& s) { return env->NewStringUT
 static JNIEnv* asEnv(jlong id) { return reinterpret_cast<JNIEnv*>(id); }
 static jobjectID asId(jlong id) { return reinterpret_cast<jobjectID>(id); }
 
-extern "C" {
-JNIEXPORT jlong JNICALL Java_Probe_env(JNIEnv* env, jclass) { return (jlong)env; }
-JNIEXPORT jint JNICALL Java_Probe_count(JNIEnv*, jclass, jint type) { return counts[type]; }
-JNIEXPORT jint JNICALL Java_Probe_status(JNIEnv*, jclass, jlong env) {
-  return jvmpi->GetThreadStatus(asEnv(env));
-}
-JNIEXPORT jlong JNICALL Java_Probe_idOf(JNIEnv*, jclass, jobject o) {
-  return (jlong)jvmpi->jobject2jobjectID(o);
-}
-JNIEXPORT jobject JNICALL Java_Probe_objectOf(JNIEnv*, jclass, jlong id) {
-  return jvmpi->jobjectID2jobject(asId(id));
-}
-JNIEXPORT jlong JNICALL Java_Probe_threadObject(JNIEnv*, jclass, jlong env) {
-  return (jlong)jvmpi->GetThreadObject(asEnv(env));
-}
-JNIEXPORT jboolean JNICALL Java_Probe_heapFiguresWrong(JNIEnv*, jclass) { return heapFiguresWrong; }
-JNIEXPORT jstring JNICALL Java_Probe_testMonitors(JNIEnv* env, jclass) {
-  return text(env, testMonitors());
-}
+#define NATIVE(type, name, ...)                                                     \
+  extern "C" JNIEXPORT type JNICALL Java_Probe_##name([[maybe_unused]] JNIEnv* env, \
+                                                      jclass __VA_OPT__(, ) __VA_ARGS__)
+
+NATIVE(jlong, env) { return (jlong)env; }
+NATIVE(jint, count, jint type) { return counts[type]; }
+NATIVE(jint, status, jlong id) { return jvmpi->GetThreadStatus(asEnv(id)); }
+NATIVE(jlong, idOf, jobject o) { return (jlong)jvmpi->jobject2jobjectID(o); }
+NATIVE(jobject, objectOf, jlong id) { return jvmpi->jobjectID2jobject(asId(id)); }
+NATIVE(jlong, threadObject, jlong id) { return (jlong)jvmpi->GetThreadObject(asEnv(id)); }
+NATIVE(jboolean, heapFiguresWrong) { return heapFiguresWrong; }
+NATIVE(jstring, testMonitors) { return text(env, testMonitors()); }
 
 // The record that answers a request for the class with this id; null when the request fails.
-JNIEXPORT jstring JNICALL Java_Probe_request(JNIEnv* env, jclass, jlong id) {
+NATIVE(jstring, request, jlong id) {
   const int before = requested[42];
   if (jvmpi->RequestEvent(JVMPI_EVENT_CLASS_LOAD, asId(id)) != 0) return nullptr;
   if (requested[42] != before + 1 || lastClass().id != asId(id)) return text(env, "no event");
@@ -219,7 +212,7 @@ JNIEXPORT jstring JNICALL Java_Probe_request(JNIEnv* env, jclass, jlong id) {
 }
 
 // "name group parent" of the thread start that was last shown for this env.
-JNIEXPORT jstring JNICALL Java_Probe_started(JNIEnv* env, jclass, jlong id) {
+NATIVE(jstring, started, jlong id) {
   const std::lock_guard guard(recordsLock);
   for (auto row = threadRows().rbegin(); row != threadRows().rend(); ++row)
     if (row->env == asEnv(id)) return text(env, row->name + "|" + row->group + "|" + row->parent);
@@ -227,7 +220,7 @@ JNIEXPORT jstring JNICALL Java_Probe_started(JNIEnv* env, jclass, jlong id) {
 }
 
 // The env of the last thread shown with this name; 0 for none.
-JNIEXPORT jlong JNICALL Java_Probe_envNamed(JNIEnv* env, jclass, jstring wanted) {
+NATIVE(jlong, envNamed, jstring wanted) {
   const char* name = env->GetStringUTFChars(wanted, nullptr);
   jlong found = 0;
   {
@@ -239,7 +232,7 @@ JNIEXPORT jlong JNICALL Java_Probe_envNamed(JNIEnv* env, jclass, jstring wanted)
   return found;
 }
 
-JNIEXPORT jstring JNICALL Java_Probe_trace(JNIEnv* env, jclass, jlong id, jint depth) {
+NATIVE(jstring, trace, jlong id, jint depth) {
   std::vector<JVMPI_CallFrame> frames(depth);
   JVMPI_CallTrace trace{asEnv(id), -7, frames.data()};
   jvmpi->GetCallTrace(&trace, depth);
@@ -254,15 +247,11 @@ JNIEXPORT jstring JNICALL Java_Probe_trace(JNIEnv* env, jclass, jlong id, jint d
   return text(env, std::to_string(trace.num_frames) + " " + all);
 }
 
-JNIEXPORT void JNICALL Java_Probe_suspend(JNIEnv*, jclass, jlong env) {
-  jvmpi->SuspendThread(asEnv(env));
-}
-JNIEXPORT void JNICALL Java_Probe_resume(JNIEnv*, jclass, jlong env) {
-  jvmpi->ResumeThread(asEnv(env));
-}
+NATIVE(void, suspend, jlong id) { jvmpi->SuspendThread(asEnv(id)); }
+NATIVE(void, resume, jlong id) { jvmpi->ResumeThread(asEnv(id)); }
 
 // Holds the lock that the event handlers take over calls into the JVM.
-JNIEXPORT jint JNICALL Java_Probe_lockedWork(JNIEnv* env, jclass, jobject o) {
+NATIVE(jint, lockedWork, jobject o) {
   jvmpi->RawMonitorEnter(handlerLock);
   jint sum = 0;
   for (int i = 0; i < 50; ++i) {
@@ -277,7 +266,7 @@ JNIEXPORT jint JNICALL Java_Probe_lockedWork(JNIEnv* env, jclass, jobject o) {
 }
 
 // An agent's loop: timed waits that nobody ends, and JNI between them.
-JNIEXPORT void JNICALL Java_Probe_agentLoop(JNIEnv* env, jclass, jlong ms) {
+NATIVE(void, agentLoop, jlong ms) {
   JVMPI_RawMonitor m = jvmpi->RawMonitorCreate(const_cast<char*>("loop"));
   for (;;) {
     jvmpi->RawMonitorEnter(m);
@@ -287,23 +276,18 @@ JNIEXPORT void JNICALL Java_Probe_agentLoop(JNIEnv* env, jclass, jlong ms) {
   }
 }
 
-JNIEXPORT void JNICALL Java_Probe_storage(JNIEnv*, jclass, jlong env, jlong value) {
-  jvmpi->SetThreadLocalStorage(asEnv(env), reinterpret_cast<void*>(value));
+NATIVE(void, storage, jlong id, jlong value) {
+  jvmpi->SetThreadLocalStorage(asEnv(id), reinterpret_cast<void*>(value));
 }
-JNIEXPORT jlong JNICALL Java_Probe_stored(JNIEnv*, jclass, jlong env) {
-  return (jlong)jvmpi->GetThreadLocalStorage(asEnv(env));
-}
-JNIEXPORT jint JNICALL Java_Probe_systemThread(JNIEnv*, jclass) {
+NATIVE(jlong, stored, jlong id) { return (jlong)jvmpi->GetThreadLocalStorage(asEnv(id)); }
+NATIVE(jint, systemThread) {
   return jvmpi->CreateSystemThread(const_cast<char*>("probe system thread"), JVMPI_NORMAL_PRIORITY,
                                    [](void*) { say("system thread runs"); });
 }
-JNIEXPORT jlong JNICALL Java_Probe_cpuTime(JNIEnv*, jclass) {
-  return jvmpi->GetCurrentThreadCpuTime();
-}
-JNIEXPORT jint JNICALL Java_Probe_notOffered(JNIEnv* env, jclass) {
+NATIVE(jlong, cpuTime) { return jvmpi->GetCurrentThreadCpuTime(); }
+NATIVE(jint, notOffered) {
   return (jvmmi->Enumerate(env, 0, JVMMI_ENUMERATE_ALL, onJvmmi, nullptr) != 0) +
          (jvmmi->Enumerate(env, JVMMI_ENUMERATE_OBJECTS, JVMMI_ENUMERATE_ALL, nullptr, nullptr) !=
           0);
 }
-JNIEXPORT void JNICALL Java_Probe_runGc(JNIEnv*, jclass) { jvmpi->RunGC(); }
-}
+NATIVE(void, runGc) { jvmpi->RunGC(); }
