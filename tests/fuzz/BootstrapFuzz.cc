@@ -1,12 +1,8 @@
 // The bootstrap file's two lists, applied to an option that is the file's first line.
-#include <cstdlib>
 #include <string>
 
+#include "Require.h"
 #include "instrument/jitOption.h"
-
-static void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);

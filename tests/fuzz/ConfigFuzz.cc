@@ -1,14 +1,10 @@
 // The instrumentation configuration file. Whatever it says: no crash, and a record that is whole.
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "Require.h"
 #include "instrument/config.h"
 #include "instrument/configText.h"
-
-static void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 static void requireWhole(const DefineClassMethod* methods, int count, int builtIn) {
   require(count >= builtIn);

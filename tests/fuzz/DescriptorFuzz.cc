@@ -1,14 +1,9 @@
 // Any text as a method descriptor, and the wrapper of such a method. The first two bytes are the
 // access flags and the parameters' first slot.
-#include <cstdlib>
-
+#include "Require.h"
 #include "instrument/LoadInjector.h"
 
 Config config;
-
-static void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;

@@ -1,15 +1,11 @@
 // The settings file, as a file: lines come out as a plain split would cut them.
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "Require.h"
 #include "core/SettingsFile.h"
-
-static void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 static std::vector<std::string> plainLines(const std::string& text) {
   std::vector<std::string> lines;

@@ -1,14 +1,10 @@
 // An archive: its last bytes say where the directory lies, its names become the JIT option.
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "Require.h"
 #include "instrument/ZipDirectory.h"
 #include "instrument/jitOption.h"
-
-static void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 static void requireWellFormed(std::string_view option) {
   require(option.starts_with("SKIP"));

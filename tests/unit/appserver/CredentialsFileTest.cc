@@ -151,3 +151,11 @@ TEST_F(CredentialsFile, AFailedReplacementLeavesNothingBehind) {
   EXPECT_FALSE(replacePrivateFile("", {&text, 1}));
   EXPECT_EQ(filesBeside(), before);
 }
+
+TEST_F(CredentialsFile, PasswordsAreMaskedWhenConfigured) {
+  settings(home, "internal.mask.passwords=yes\n");
+  EXPECT_EQ(generate("ann", "A"), 0);
+  EXPECT_EQ(said, "Encrypted password: ******** \nDecrypted password: ******** \npassword file " +
+                      path + " was properly created");
+  EXPECT_EQ(stored(), "ann/A");
+}

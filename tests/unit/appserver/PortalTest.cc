@@ -78,3 +78,22 @@ TEST_F(Portal, WaitingNamesAreReplaced) {
   EXPECT_EQ(records.size(), 3u);
   EXPECT_EQ((LossLedger::snapshot() - before).of(LossCause::reconnected), 2u);
 }
+
+TEST_F(Portal, NamesWaitForAnEventAgent) {
+  methods->putMethod(5, "A");
+  const auto before = LossLedger::snapshot();
+  ::ThreadAdopter* adopter = threadAdopter;
+  threadAdopter = nullptr;
+  methods->pushMethodsToPS(env());
+  methods->pushAgainIfMissed(env());
+  EXPECT_EQ(LossLedger::snapshot(), before);
+  threadAdopter = adopter;
+  const auto later = [&] { return recordsOf([&] { methods->pushAgainIfMissed(env()); }).size(); };
+  EXPECT_EQ(later(), 1u);
+  EXPECT_EQ(later(), 0u);
+  methods->pushMissed();
+  EXPECT_EQ(later(), 1u);
+  methods->pushMissed();
+  EXPECT_EQ(pushed().size(), 1u);
+  EXPECT_EQ(later(), 0u) << "the new connection has them";
+}

@@ -10,6 +10,8 @@ using testing::ElementsAre;
 
 extern "C" {
 jint JVM_OnLoad(JavaVM* vm, char* options, void* reserved);
+jint Java_com_velora_probe_ProbeController_getMonitoringLevel(JNIEnv*, jobject);
+jboolean Java_com_velora_probe_ProbeController_setModLevel(JNIEnv*, jobject, jint level);
 void Java_com_velora_probe_ProbeController_setIncludeExcludeList(JNIEnv*, jobject, jobjectArray,
                                                                  jobjectArray);
 }
@@ -185,6 +187,16 @@ TEST_F(Load, MissingInterfaceIsRefused) {
   }
 }
 
+TEST_F(Load, OtherRoadsDoNothing) {
+  for (const auto& [road, answer] :
+       {std::pair(LoadRoad::ignore, 0), std::pair(LoadRoad::refuse, -1)}) {
+    jvm.road = road;
+    EXPECT_EQ(JVM_OnLoad(jvm.vm(), nullptr, nullptr), answer);
+    EXPECT_EQ(jvm.profiler().NotifyEvent, nullptr);
+    EXPECT_TRUE(log.messages().empty());
+  }
+}
+
 class Lifecycle : public Agent {};
 
 // Each manager's own message, in the order in which they come.
@@ -253,4 +265,14 @@ TEST_F(Lifecycle, IncludeAndExcludeListsFromJava) {
   EXPECT_EQ(isClassFiltered("a/C"), 0);
   EXPECT_EQ(jvm.localRefs(), 0);
   EXPECT_EQ(jvm.heldChars(), 0);
+}
+
+TEST_F(Lifecycle, LevelNatives) {
+  const auto set = [&](jint level) {
+    return Java_com_velora_probe_ProbeController_setModLevel(jvm.env(), nullptr, level);
+  };
+  EXPECT_FALSE(set(1003)) << "not while the probe is disabled";
+  collecting();
+  EXPECT_TRUE(set(1003));
+  EXPECT_EQ(Java_com_velora_probe_ProbeController_getMonitoringLevel(jvm.env(), nullptr), 1003);
 }

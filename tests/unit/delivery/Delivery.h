@@ -53,10 +53,10 @@ class FakeAdopter : public ThreadAdopter {
 // Notes what it is told of connections.
 class FakeListener : public ConnectionListener {
  public:
-  void pushMethodsToPS(JNIEnv*) override {}
+  void pushMethodsToPS(JNIEnv*) override { ++pushed; }
   void pushMissed() override { ++missed; }
-  void pushAgainIfMissed(JNIEnv*) override {}
-  int missed = 0;
+  void pushAgainIfMissed(JNIEnv*) override { ++asked; }
+  int pushed = 0, missed = 0, asked = 0;
 };
 
 // Fresh managers for every test. Waits are calls of `onPause`, so nothing sleeps.

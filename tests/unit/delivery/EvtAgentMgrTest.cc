@@ -1,6 +1,7 @@
 // The event-agent manager, its pool and its leader.
 #include "core/AgentState.h"
 #include "delivery/Delivery.h"
+#include "instrument/ClassTable.h"
 
 class Pool : public Delivery {
  protected:
@@ -139,4 +140,57 @@ TEST_F(Pool, LoopThatBeginsAfterTheStopEndsAtOnce) {
   agents()->startEvtAgent(theJvm().env(), 0);
   NetworkAgentMgr::getInstance()->stop();
   NetworkAgentMgr::getInstance()->startNetworkAgent(theJvm().env(), 0);
+}
+
+TEST_F(Pool, BothRunAndThreadsAlternate) {
+  start("2");
+  std::vector<int> given;
+  lead(1, [&](int) {
+    if (!given.empty()) return;
+    given.push_back(-1);
+    // The second agent's loop, begun inside the first one's pause; its own pause ends it.
+    onPause = [&](long) {
+      for (int i = 0; i < 4; ++i) given.push_back(agents()->getRoundRobinIndex());
+      agents()->stopEvtAgent(1);
+    };
+    FakeThread& second = theJvm().startThread("agent 1");
+    agents()->startEvtAgent(second.env(), 1);
+    agents()->stopEvtAgent(0);
+  });
+  EXPECT_EQ(given, (std::vector<int>{-1, 0, 1, 0, 1}));
+}
+
+TEST_F(Pool, InitialDataAreTheClassesOfTheTable) {
+  start("1");
+  initClassTableLock();
+  initMethodTableLock();
+  createMethodTable();
+  createClassTable();
+  auto* typed = new jclass_t;
+  typed->class_name = "A";
+  typed->type = 1;
+  auto* untyped = new jclass_t;
+  untyped->class_name = "";
+  for (jclass_t* entry : {typed, untyped}) entry->addToClassTable();
+  static int asked;
+  asked = 0;
+  theJvm()
+      .defineClass("com/velora/bcm/bootstrap/BcmRoot")
+      .staticMethod("sendAllClassEvents", "()V", [](FakeCall& call) -> FakeValue {
+        ++asked;
+        theJvm().throwNew(call.env, "java/lang/IllegalStateException", "described and cleared");
+        return {};
+      });
+  lead(2, [](int cycle) {
+    if (cycle == 0) agents()->notifySocketStatus();
+  });
+  EXPECT_EQ(asked, 1);
+  ASSERT_GE(sink.packets.size(), 2u);
+  EXPECT_EQ(sink.packets[1].events, 2) << "the class that has a type, and the sampling rates";
+  EXPECT_EQ(since().of(LossCause::reconnected), 1u) << "the init step's sampling rates";
+  EXPECT_EQ(sink.packets[1].bytes[7], 1) << "a class-load record";
+  EXPECT_EQ(leftRefs(), 0);
+  deleteClassTable();
+  deleteMethodTable();
+  endClassTableLock();
 }

@@ -238,3 +238,13 @@ TEST_F(Network, AServerThatNeverReadsHoldsUpNoStop) {
   EXPECT_EQ(since().of(LossCause::shutdown), 10u);
   EXPECT_EQ(since().sent, 0u);
 }
+
+TEST_F(Network, ConnectionListenerIsToldOnEachConnection) {
+  FakeListener portal;
+  connectionListener = &portal;
+  connect();
+  EXPECT_EQ(portal.asked, 0) << "nothing can be missing yet";
+  cycle();
+  EXPECT_EQ(portal.pushed, 1);
+  EXPECT_EQ(portal.asked, 1);
+}
