@@ -1,5 +1,5 @@
-"""The bridge under a small JVMPI client: the roads into the library and what is said and set on each,
-what the client is told, and the end of the JVM while its threads are inside our code."""
+"""The bridge under a small JVMPI client: the roads into the library and what is said and set on
+each, what the client is told, and the end of the JVM while its threads are inside our code."""
 
 import os
 import pathlib
@@ -54,7 +54,7 @@ class Bridge(WholePath):
                 self.assertWorks(out)
                 self.assertEqual(err.replace(picked_up, "").count("\n"), lines, err)
                 self.assertEqual(out.count("probe loads"), 1)
-                self.assertEqual(out.count("second load ignored"), int("-Xrunbridge_probe" in options))
+                self.assertEqual("second load ignored" in out, "-Xrunbridge_probe" in options)
                 self.assertInOrder(out, "init done", "starter in", "Victim says", "shut down")
                 self.assertNotIn("init done, 0 classes", out)
 
@@ -111,7 +111,8 @@ class Bridge(WholePath):
                 ("hidden from the agent", [], tool, ["am.home=/h", "am.nodename=n1"]),
                 ("the agent reads the command line itself", ["-Dam.home=/h"], {},
                  ["am.home=(unset)"]),
-                ("variables come first", [], {**tool, "am.nodename": "mine", "KLGLOG_COMMON_DIR": "/k"},
+                ("variables come first", [],
+                 {**tool, "am.nodename": "mine", "KLGLOG_COMMON_DIR": "/k"},
                  ["am.nodename=mine", "KLGLOG_COMMON_DIR=/k"])):
             with self.subTest(why):
                 out = self.run_victim(*options, env=env)[0]

@@ -12,7 +12,8 @@ RESTARTS = int(os.environ.get("VELORA_RESTARTS", "50"))
 
 
 def events(kinds):
-    return sum(n for kind, n in kinds.items() if not kind.startswith(("INIT", "HEADER", "MALFORMED")))
+    return sum(n for kind, n in kinds.items()
+               if not kind.startswith(("INIT", "HEADER", "MALFORMED")))
 
 
 class Counts(WholePath):

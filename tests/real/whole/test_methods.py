@@ -117,7 +117,8 @@ class Methods(WholePath):
         for cls in known:
             register(cls, cls)
         register(OWN.rstrip("."), known[0])
-        for name, *args in (("appendL3Event", 0, 99), ("sendClassEventNative", 5, "x.Own", [], [], []),
+        for name, *args in (("appendL3Event", 0, 99),
+                            ("sendClassEventNative", 5, "x.Own", [], [], []),
                             ("sendClassUnloadEventNative", 5, "x.Own", [])):
             self.assertEqual(jvm.ask(OWN + name, *args), "true", name)
         self.assertEqual(self.analyse(jvm), [1, 2, 3, 4, 5, 6])

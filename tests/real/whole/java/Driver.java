@@ -4,6 +4,7 @@ import java.io.InputStreamReader;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
 import java.lang.reflect.Modifier;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Paths;
 import java.util.ArrayList;
@@ -87,7 +88,7 @@ public class Driver {
 
     /** On a line of its own, whatever a native has printed before. */
     private static void say(String line) {
-        System.out.print("\n" + line + "\n");
+        System.out.writeBytes(("\n" + line + "\n").getBytes(StandardCharsets.UTF_8));
         System.out.flush();
     }
 
