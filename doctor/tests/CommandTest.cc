@@ -50,12 +50,9 @@ TEST(JavaCommand, LaterPlacesWin) {
                                      {{"JAVA_TOOL_OPTIONS", "-Da=tool -Dd='tool # x'"},
                                       {"JDK_JAVA_OPTIONS", "@main -Db=jdk"},
                                       {"_JAVA_OPTIONS", "-Dc=last -De"}});
-  EXPECT_EQ(command.property("a"), "line");
-  EXPECT_EQ(command.property("b"), "line");
-  EXPECT_EQ(command.property("c"), "last");
-  EXPECT_EQ(command.property("d"), "tool # x");
-  EXPECT_EQ(command.property("e"), "");
-  EXPECT_EQ(command.property("x"), "1");
+  const std::pair<const char*, const char*> known[] = {
+      {"a", "line"}, {"b", "line"}, {"c", "last"}, {"d", "tool # x"}, {"e", ""}, {"x", "1"}};
+  for (const auto& [name, value] : known) EXPECT_EQ(command.property(name), value) << name;
   EXPECT_EQ(command.property("absent"), std::nullopt);
 }
 
