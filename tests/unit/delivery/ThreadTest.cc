@@ -107,6 +107,7 @@ TEST_F(Threads, NamesComeFromTheThreadStartAlone) {
 
   EXPECT_EQ(threads->getThreadData("pool", "worker"), thr);
   EXPECT_EQ(threads->getThreadData("pool", "work"), nullptr);
+  EXPECT_EQ(threads->getThreadData("main", "worker"), nullptr);
   EXPECT_EQ(threads->getThreadData(nullptr, "worker"), nullptr);
   ThreadData* visited = nullptr;
   EXPECT_TRUE(threads->visitThread("pool", "worker", [&](ThreadData& it) { visited = &it; }));

@@ -128,6 +128,12 @@ TEST_F(Requests, SendRequestKeepsWhatIsThere) {
   EXPECT_FALSE(next<GPSEvent>()->request_name) << "a name is no token";
 }
 
+TEST_F(Requests, CpuTimeNeverGoesBack) {
+  thread().saveAndTestCPUTime(jlong{1} << 60);
+  EventUtils::beginJCARequest(env(), nullptr);
+  EXPECT_EQ(next<JCAEvent>()->cpuTime_, jlong{1} << 60);
+}
+
 TEST_F(Requests, EveryEventIsCountedOnce) {
   const auto before = LossLedger::snapshot();
   EventUtils::beginJCARequest(env(), nullptr);
