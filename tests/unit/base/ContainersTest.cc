@@ -1,6 +1,7 @@
 #include "base/VelHashTable.h"
 #include "base/VelList.h"
 #include "fake/FakeJvm.h"
+#include "fake/FakeToolkit.h"
 #include "unit/Test.h"
 
 using testing::ElementsAre;
@@ -177,4 +178,21 @@ TEST(VelHashTable, WalksGoOnWhileOthersPutAndRemove) {
   threads.clear();
   table.clear();
   EXPECT_EQ(table.propSize(), 0);
+}
+
+TEST(VelHashTable, NullKeysAreRefusedWithATrace) {
+  FakeToolkit toolkit;
+  VelHashTable<char*, char*> table(11, false, true);
+  toolkit.setTraceLevel(kTraceMin);
+  char value[] = "v";
+  EXPECT_FALSE(table.put(nullptr, value));
+  EXPECT_EQ(table.get(nullptr), nullptr);
+  EXPECT_FALSE(table.remove(nullptr));
+  EXPECT_FALSE(table.contains(nullptr));
+  EXPECT_THAT(
+      toolkit.texts(),
+      ElementsAre("Inserting NULL Key into Hashtable, so ignoring",
+                  "trying to get with NULL Key, so ignoring",
+                  "trying to remove with NULL Key, so ignoring",
+                  "Internal error: Trying to lookup for bucket with NULL Key, so ignoring"));
 }

@@ -1,5 +1,6 @@
 #include "base/Gate.h"
 #include "base/InstanceSlot.h"
+#include "base/LockAgentMgr.h"
 #include "base/ThreadIndex.h"
 #include "base/VelLock.h"
 #include "base/VelOsLock.h"
@@ -12,7 +13,10 @@
 struct Locks : testing::Test {
   FakeJvm jvm;
   Locks() { jvm.givesProfiler(); }
-  ~Locks() override { VelLock::destroyGlobalLock(); }
+  ~Locks() override {
+    LockAgentMgr::destroy();
+    VelLock::destroyGlobalLock();
+  }
 };
 
 TEST(LocksWithoutProfiler, DoNothingAndSayNo) {
@@ -207,4 +211,58 @@ TEST(Gate, DoesNotWaitForEver) {
   EXPECT_FALSE(gate.closeAndWait(2));
   EXPECT_FALSE(Gate::Scope(gate));
   EXPECT_EQ(gate.inside(), 1);
+}
+
+TEST_F(Locks, MonitorNamesSayWhose) {
+  static std::string name;
+  jvm.profiler().RawMonitorCreate = [](char* given) -> JVMPI_RawMonitor {
+    name = given;
+    return nullptr;
+  };
+  VelLock lock(false);
+  testing::internal::CaptureStderr();
+  lock.enterLock();
+  testing::internal::GetCapturedStderr();
+  char expected[40];
+  std::snprintf(expected, sizeof expected, "_%lXVelLock", reinterpret_cast<unsigned long>(&lock));
+  EXPECT_EQ(name, expected);
+  FakeToolkit toolkit;
+  VelLock::populateGlobalLock();
+  EXPECT_EQ(name, "_VelLockGlobalLock");
+}
+
+TEST_F(Locks, ManagedLocksAreSharedByName) {
+  LockAgentMgr* manager = LockAgentMgr::getInstance();
+  ASSERT_TRUE(manager->initializeAfterJVMPI());
+  char one[] = "pages", two[] = "pages";
+  VelLock* lock = manager->createManagedLock(one);
+  EXPECT_EQ(manager->createManagedLock(two), lock);
+  EXPECT_TRUE(manager->enterManagedLock(one));
+  EXPECT_TRUE(manager->enterManagedLock(two));
+  EXPECT_EQ(FakeJvm::heldMonitors(), 1);
+  EXPECT_TRUE(manager->exitManagedLock(one));
+  EXPECT_TRUE(manager->exitManagedLock(one));
+  EXPECT_EQ(FakeJvm::heldMonitors(), 0);
+}
+
+TEST_F(Locks, ManagedLocksComeAndGo) {
+  LockAgentMgr* manager = LockAgentMgr::getInstance();
+  manager->start();
+  const int before = FakeJvm::liveMonitors();
+  EXPECT_FALSE(manager->exitManagedLock("x"));
+  EXPECT_FALSE(manager->destroyManagedLock("x"));
+  EXPECT_EQ(manager->createManagedLock(nullptr), nullptr);
+  EXPECT_FALSE(manager->enterManagedLock(nullptr));
+  EXPECT_FALSE(manager->exitManagedLock(nullptr));
+  EXPECT_FALSE(manager->destroyManagedLock(nullptr));
+  EXPECT_TRUE(manager->enterManagedLock("x"));    // made by entering
+  EXPECT_TRUE(manager->destroyManagedLock("x"));  // though held
+  EXPECT_FALSE(manager->exitManagedLock("x"));
+  EXPECT_TRUE(manager->enterManagedLock("x"));  // a new one
+  manager->exitManagedLock("x");
+  manager->enterManagedLock("y");
+  manager->exitManagedLock("y");
+  manager->stop();
+  EXPECT_EQ(FakeJvm::liveMonitors(), before);
+  EXPECT_FALSE(manager->exitManagedLock("y"));
 }

@@ -227,3 +227,13 @@ TEST(Utils, NextBiggerPrime) {
                                        {1258, 1259}, {1259, 1259}, {1260, 1260}};
   for (const auto& [n, prime] : cases) EXPECT_EQ(Utils::getNextBiggerPrimeNumber(n), prime);
 }
+
+TEST(ProbeLog, RefusesOtherLevels) {
+  const LogHome home;
+  initialized();
+  ProbeLog::setLogLevel(3);
+  EXPECT_EQ(ProbeLog::getLogLevel(), 0);
+  EXPECT_THAT(logLines(),
+              ElementsAre("  ##ERROR: Incorrect log level given: 3 using the existing loglevel: "
+                          "0  "));
+}

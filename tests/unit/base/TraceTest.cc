@@ -1,5 +1,6 @@
 #include "base/Messages.h"
 #include "base/Trace.h"
+#include "base/VelTracer.h"
 #include "fake/FakeToolkit.h"
 #include "unit/Test.h"
 
@@ -97,4 +98,19 @@ TEST(Messages, GoToTheLoggerWithNumberAndSeverity) {
 
 TEST(Messages, AreSortedForTheCatalogue) {
   EXPECT_TRUE(std::ranges::is_sorted(kMessages, {}, &MessageRow::number));
+}
+
+TEST(VelTracer, ModeAndWhatItPrints) {
+  testing::internal::CaptureStdout();
+  VelTracer::initialize();
+  EXPECT_EQ(VelTracer("f()", 3).methIndex(), 0);
+  VelTracer::traceOn();
+  EXPECT_EQ(VelTracer("f()", 3).methIndex(), 3);
+  VelTracer::resetCounters();
+  EXPECT_TRUE(VelTracer::getMode());
+  VelTracer::traceOff();
+  EXPECT_FALSE(VelTracer::getMode());
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "## Running in default mode ## \n## Tracer Mode: Default State: true \n"
+            "## Profile counters reset done## Tracer Mode: Default State: false \n");
 }

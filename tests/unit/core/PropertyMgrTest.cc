@@ -28,18 +28,6 @@ TEST(PropertyMgr, Lines) {
   }
 }
 
-TEST(PropertyMgr, TypedReads) {
-  const Home home;
-  PropertyMgr& properties = settings(home, "n=12abc\nword=twelve\nbig=9000000000\n");
-  EXPECT_EQ(properties.getIntProperty("n", 1), 12);
-  EXPECT_EQ(properties.getIntProperty("word", 1), 0) << "what is no number reads as 0";
-  EXPECT_EQ(properties.getIntProperty("method.hash.cleanup", 150), 150);
-  EXPECT_EQ(properties.getIntProperty(nullptr, 7), 7);
-  EXPECT_EQ(properties.getLongProperty("big", 1), 9'000'000'000);
-  EXPECT_STREQ(properties.getStringProperty("absent", "d"), "d");
-  EXPECT_EQ(properties.getStringProperty("absent", nullptr), nullptr);
-}
-
 TEST(PropertyMgr, WhichFile) {
   const std::string standard = "datacollector.properties";
   const std::string specific = "n1.s1." + standard, profiled = "n1.s1(p1)." + standard;
@@ -124,4 +112,54 @@ TEST(PropertyMgr, ReadersWhileSettingsChange) {
   }
   writer.join();
   EXPECT_STREQ(first, "value") << "what was handed out stays";
+}
+
+TEST(PropertyMgr, TypedReadsAndWrites) {
+  const Home home;
+  PropertyMgr& properties = settings(home, "n=12abc\nword=twelve\nbig=9000000000\nreal=2.5e3\n");
+  EXPECT_EQ(properties.getIntProperty("n", 1), 12);
+  EXPECT_EQ(properties.getIntProperty("word", 1), 0) << "what is no number reads as 0";
+  EXPECT_EQ(properties.getIntProperty("method.hash.cleanup", 150), 150);
+  EXPECT_EQ(properties.getIntProperty(nullptr, 7), 7);
+  EXPECT_EQ(properties.getLongProperty("big", 1), 9'000'000'000);
+  EXPECT_DOUBLE_EQ(properties.getFloatProperty("real", 0), 2500);
+  EXPECT_STREQ(properties.getStringProperty("absent", "d"), "d");
+  EXPECT_EQ(properties.getStringProperty("absent", nullptr), nullptr);
+
+  properties.putIntProperty("i", -5);
+  properties.putLongProperty("l", (1L << 32) + 6);
+  properties.putFloatProperty("f", 1.5);
+  properties.putProperty("null", nullptr);
+  properties.putProperty(nullptr, "x");
+  EXPECT_STREQ(properties.getProperty("i"), "-5");
+  EXPECT_STREQ(properties.getProperty("l"), "6") << "stored as an int";
+  EXPECT_STREQ(properties.getProperty("f"), "1.500000");
+  EXPECT_EQ(properties.getProperty("null"), nullptr);
+}
+
+struct Told : PropertyListener {
+  void propertyChanged(const char* key, const char* value) override {
+    texts.push_back(std::string(key) + "=" + value);
+  }
+  std::vector<std::string> texts;
+};
+
+TEST(PropertyMgr, ListenersHearOfExistingSettingsOnly) {
+  const Home home;
+  PropertyMgr& properties = settings(home, "known=1\n");
+  Told one, two, gone;
+  EXPECT_FALSE(properties.addPropertyListener(nullptr));
+  EXPECT_FALSE(properties.removePropertyListener(nullptr));
+  for (Told* told : {&one, &two, &gone}) EXPECT_TRUE(properties.addPropertyListener(told));
+  EXPECT_TRUE(properties.removePropertyListener(&gone));
+  properties.updateProperty("new", "1");
+  properties.updateProperty("known", "2");
+  properties.updateProperty(nullptr, "3");
+  properties.putProperty("known", "4");
+  const std::vector<std::string> expected = {"known=2"};
+  EXPECT_EQ(one.texts, expected);
+  EXPECT_EQ(two.texts, expected);
+  EXPECT_TRUE(gone.texts.empty());
+  EXPECT_STREQ(properties.getProperty("new"), "1");
+  EXPECT_STREQ(properties.getProperty("known"), "4");
 }

@@ -6,8 +6,10 @@
 #include "base/Jvmpi.h"
 #include "core/AgentState.h"
 #include "core/PropertyMgr.h"
+#include "core/SystemSettings.h"
 #include "diagnostics/dumpSurroundings.h"
 #include "diagnostics/javacore.h"
+#include "diagnostics/probeStdout.h"
 #include "diagnostics/threaddump.h"
 #include "fake/FakeJvm.h"
 #include "unit/Test.h"
@@ -29,6 +31,7 @@ class Dump : public testing::Test {
   }
   ~Dump() override {
     dumpSurroundings = {};
+    systemSettings.probeStdout = nullptr;
     jvm_ptr = nullptr;
     PropertyMgr::destroy();
     std::filesystem::current_path(before);
@@ -234,4 +237,17 @@ TEST_F(Dump, TheSignalWhereTheJvmListensToIt) {
   EXPECT_EQ(read(0x2a), "a.B|f|- c.D|g|- ");
   signal(SIGQUIT, usual);
   EXPECT_EQ(quits, 1);
+}
+
+TEST_F(Dump, StandardOutputOfTheServer) {
+  EXPECT_EQ(getProbeStdoutOffset(), -2);
+  EXPECT_EQ(getProbeStdout(), nullptr);
+  systemSettings.probeStdout = "out.txt";
+  EXPECT_EQ(getProbeStdoutOffset(), -3);
+  write("out.txt", "twelve bytes");
+  EXPECT_EQ(getProbeStdoutOffset(), 12);
+  const OwnedFile file(getProbeStdout());
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(std::fgetc(file.get()), 't');
+  EXPECT_EQ(seekToEOF(file.get()), 12);
 }
