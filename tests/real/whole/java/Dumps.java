@@ -39,7 +39,9 @@ public class Dumps {
     static void inNative() {
         known();
         try {
-            new java.net.ServerSocket(0).accept();
+            // Another test's agent may look for its collector on this very port.
+            java.net.ServerSocket server = new java.net.ServerSocket(0);
+            while (true) server.accept();
         } catch (java.io.IOException e) {
             throw new IllegalStateException(e);
         }
