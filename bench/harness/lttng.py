@@ -42,7 +42,10 @@ def daemon():
     own = subprocess.Popen(["lttng-sessiond", "--no-kernel", "--quiet"], stdin=subprocess.DEVNULL,
                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
-        wait_until("the session daemon answers", lambda: lttng("list")[0])
+        try:
+            wait_until("the session daemon answers", lambda: lttng("list")[0])
+        except TimeoutError as late:
+            raise Failed(str(late)) from late
         yield
     finally:
         own.terminate()

@@ -238,7 +238,7 @@ bool EventAgent::addDropEvent(JNIEnv* env, char** buff) {
   if (!event) return false;
   const auto bytes = static_cast<long>(ProtocolVisitor::recordSize(*event));
   if (bytes > buffer_.get() + bufferBytes() - *buff) return false;
-  addEventToBuffer(event.get(), buff);
+  if (!addEventToBuffer(event.get(), buff)) return false;
   LossLedger::created();
   countInHand();
   return true;
